@@ -1,0 +1,15 @@
+# Flags that every target of ours is built with: link brenholt_options.
+add_library(brenholt_options INTERFACE)
+target_include_directories(brenholt_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_compile_options(brenholt_options INTERFACE -Wall -Wextra -Wpedantic)
+if(BRENHOLT_WERROR)
+    target_compile_options(brenholt_options INTERFACE -Werror)
+endif()
+if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
+    target_compile_options(brenholt_options INTERFACE -Wthread-safety)
+endif()
+if(BRENHOLT_SANITIZE)
+    target_compile_options(brenholt_options INTERFACE -fsanitize=${BRENHOLT_SANITIZE}
+        -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(brenholt_options INTERFACE -fsanitize=${BRENHOLT_SANITIZE})
+endif()
