@@ -2,6 +2,10 @@
 add_library(brenholt_options INTERFACE)
 target_include_directories(brenholt_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_compile_options(brenholt_options INTERFACE -Wall -Wextra -Wpedantic)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+    # A unique symbol would keep the module from ever being unloaded.
+    target_compile_options(brenholt_options INTERFACE $<$<COMPILE_LANGUAGE:CXX>:-fno-gnu-unique>)
+endif()
 if(BRENHOLT_WERROR)
     target_compile_options(brenholt_options INTERFACE -Werror)
 endif()

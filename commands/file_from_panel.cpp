@@ -1,0 +1,170 @@
+// UP: a panel file to the host. Each request names the offset of the bytes that it wants next.
+//
+//    request: 0 "Cmd=UP", 6 offset as eight upper-case hexadecimal digits, 14 remote path, NUL
+//    reply:   0-2 anything, 3 '0' in the last packet, 9 last-write time (high word, low word), 37 data
+#include "commands/file_from_panel.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+#include "commands/file_record.h"
+#include "commands/reply_words.h"
+#include "commands/transfer_block.h"
+#include "link/command_run.h"
+#include "link/tv_udp.h"
+#include "platform/file.h"
+#include "platform/path.h"
+
+namespace brenholt {
+namespace {
+
+constexpr size_t kOffsetAt = 6;
+constexpr size_t kOffsetDigits = 8;
+constexpr size_t kTimeAt = 9;
+constexpr size_t kHeadSize = 37;
+constexpr char16_t kLastPacket = u'0';
+constexpr ExchangeRules kRules{kPaceGently, kPaceSteeply, false};
+
+// A panel may send so many packets in a row that hold no data and are not the last.
+constexpr int kMaxEmptyPackets = 1000;
+
+// A new temporary file; deleted by the destructor, where it no longer is after it took its place.
+class TempFile {
+ public:
+    explicit TempFile(const CFolder& folder) : m_folder(folder), m_name(folder.MakeTempFile()) {}
+    ~TempFile() {
+        if (!m_name.empty()) {
+            m_folder.DeleteFile(m_name);
+        }
+    }
+    TempFile(const TempFile&) = delete;
+    TempFile& operator=(const TempFile&) = delete;
+
+    explicit operator bool() const { return !m_name.empty(); }
+
+    bool Append(std::span<const uint8_t> data) {
+        const bool first = std::exchange(m_first, false);
+        return WriteLocalFile(m_folder, m_name, data, first);
+    }
+
+    // Takes the place of `name`, with its time set before: the file appears whole in one step. A time
+    // that is none, or that cannot be set, leaves the one that the writing gave.
+    bool Become(const std::string& name, FILETIME time) {
+        if (const std::optional<time_t> seconds = ToTime(time)) {
+            m_folder.SetLastWrite(m_name, *seconds);
+        }
+        if (!m_folder.Replace(m_name, name)) {
+            return false;
+        }
+        m_name.clear();
+        return true;
+    }
+
+ private:
+    const CFolder& m_folder;
+    std::string m_name;
+    bool m_first = true;
+};
+
+// Packets on their way to the temporary file.
+class Staging {
+ public:
+    explicit Staging(TempFile& file) : m_file(file), m_block(MakeTransferBlock()) {}
+    explicit operator bool() const { return m_block != nullptr; }
+
+    // Room for the largest reply is kept behind what is staged.
+    bool Add(std::span<const uint8_t> data) {
+        std::memcpy(m_block.get() + m_staged, data.data(), data.size());
+        m_staged += data.size();
+        return m_staged + kMaxDatagram <= kTransferBlock || Flush();
+    }
+    bool Flush() {
+        const size_t staged = std::exchange(m_staged, 0);
+        return staged == 0 || m_file.Append({m_block.get(), staged});
+    }
+
+ private:
+    TempFile& m_file;
+    std::unique_ptr<uint8_t[]> m_block;
+    size_t m_staged = 0;
+};
+
+}  // namespace
+
+bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<const uint8_t> data,
+                    bool create) {
+    CFile file;
+    if (!file.OpenAt(folder.Get(), name, create ? CFile::modeCreate : CFile::modeWrite)) {
+        return false;
+    }
+    try {
+        if (file.GetLength() > 0) {
+            file.SeekToEnd();
+        }
+        file.Write(data);
+        file.Close();
+        return true;
+    } catch (const CFileException&) {
+        return false;
+    }
+}
+
+int CTvUdp::CmdUP(const char16_t* remote, const char16_t* local, int async, int final) {
+    // Copies: the texts may be the slot's own, which the command overwrites.
+    const std::u16string path = remote != nullptr ? remote : u"";
+    const std::u16string destination = local != nullptr ? local : u"";
+    if (const Head head = Enter(u"UP00000000", async, remote, local); head != Head::Run) {
+        return head == Head::Posted ? 1 : 0;
+    }
+    CommandRun run(*this, final);
+    CFolder folder;
+    return run.End(folder.Open(destination) && FetchFile(path, folder) ? 1 : 0);
+}
+
+bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
+    const std::string name = WideCharToMultiByte(LastComponent(remote));
+    const int header = BuildHeader();
+    if (!IsPlainName(name) || header == 0) {
+        return false;
+    }
+    TempFile file(folder);
+    Staging staging(file);
+    if (!file || !staging) {
+        return false;
+    }
+    Reply packet;
+    ReplyJudge judge([&packet](const Reply& reply) {
+        if (IsNoCase(reply, kNak)) {
+            return Verdict::Failed;
+        }
+        if (reply.Datagram().size() < kHeadSize) {
+            return Verdict::Again;
+        }
+        packet = reply;
+        return reply.Marker() ? Verdict::Done : Verdict::Unread;
+    });
+    uint32_t offset = 0;
+    int emptyPackets = 0;
+    for (bool last = false; !last;) {
+        std::array<char, kOffsetDigits + 1> digits{};
+        std::snprintf(digits.data(), digits.size(), "%08X", offset);
+        std::memcpy(m_txBuf.data() + kOffsetAt, digits.data(), kOffsetDigits);
+        if (Exchange(header, kRules, judge) != Outcome::Done) {
+            return false;
+        }
+        const std::span<const uint8_t> data = packet.Datagram().subspan(kHeadSize);
+        last = packet.Marker() == kLastPacket;
+        emptyPackets = data.empty() ? emptyPackets + 1 : 0;
+        const bool wraps = offset + data.size() > UINT32_MAX;
+        if (wraps || emptyPackets > kMaxEmptyPackets || !staging.Add(data) || (!last && Interrupted())) {
+            return false;
+        }
+        offset += static_cast<uint32_t>(data.size());
+    }
+    const FILETIME time = ReadTime(packet.Datagram().subspan<kTimeAt, 8>());
+    return staging.Flush() && file.Become(name, time) && !Interrupted();
+}
+
+}  // namespace brenholt

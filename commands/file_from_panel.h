@@ -1,0 +1,20 @@
+// Writing a panel file to the host's disk.
+#ifndef BRENHOLT_COMMANDS_FILE_FROM_PANEL_H
+#define BRENHOLT_COMMANDS_FILE_FROM_PANEL_H
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "platform/folder.h"
+
+namespace brenholt {
+
+// Appends `data` to the file `name` of the folder; with `create` the file is made or emptied first. The
+// file is open only during the call, and shared with nobody. False on any failure.
+bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<const uint8_t> data,
+                    bool create);
+
+}  // namespace brenholt
+
+#endif

@@ -1,0 +1,114 @@
+// VS and IP: what the panel says of itself, as text at fixed positions.
+//
+//    VS reply: 0-2 anything, 3-6, 7-10 and 11-14 one hexadecimal word each
+//    IP reply: 0-1 "IP", 3-5 "ARM" or "X86", 7-10 version in hundredths, decimal, 12- project
+// Positions count characters.
+#include <array>
+
+#include "commands/reply_words.h"
+#include "link/command_run.h"
+#include "link/tv_udp.h"
+#include "platform/text.h"
+
+namespace brenholt {
+namespace {
+
+constexpr size_t kFirstWord = 3;
+constexpr size_t kWordChars = 4;
+constexpr size_t kVersionReplyChars = kFirstWord + 3 * kWordChars;
+
+constexpr size_t kKindAt = 3;
+constexpr size_t kKindChars = 3;
+constexpr size_t kVersionAt = 7;
+constexpr size_t kProjectAt = 12;
+
+constexpr int kIdentityRetries = 2;
+constexpr int kIdentityTimeoutMs = 1000;
+
+// Makes another address the target for a while, with settings of its own.
+class TargetOnLoan {
+ public:
+    TargetOnLoan(CTvUdp& link, std::u16string_view address)
+        : m_link(link),
+          m_other(address),
+          m_nRetries(link.m_nRetries),
+          m_nTimeoutMs(link.m_nTimeoutMs) {
+        SwapTarget();
+        m_link.m_nRetries = kIdentityRetries;
+        m_link.m_nTimeoutMs = kIdentityTimeoutMs;
+    }
+    ~TargetOnLoan() {
+        SwapTarget();
+        m_link.m_nRetries = m_nRetries;
+        m_link.m_nTimeoutMs = m_nTimeoutMs;
+    }
+    TargetOnLoan(const TargetOnLoan&) = delete;
+    TargetOnLoan& operator=(const TargetOnLoan&) = delete;
+
+ private:
+    void SwapTarget() {
+        const CSingleLock lock(m_link.m_lock);
+        m_link.m_strTargetIp.Swap(m_other);
+    }
+
+    CTvUdp& m_link;
+    CTargetAddress m_other;
+    int m_nRetries;
+    int m_nTimeoutMs;
+};
+
+}  // namespace
+
+int CTvUdp::CmdVS(uint16_t* a, uint16_t* b, uint16_t* c, int async) {
+    if (const Head head = Enter(u"VS", async, nullptr, nullptr, 0, a, b, c); head != Head::Run) {
+        return head == Head::Posted ? 1 : 0;
+    }
+    CommandRun run(*this, 1);
+    ReplyJudge judge([words = std::array{a, b, c}](const Reply& reply) {
+        const std::u16string text = reply.Text();
+        if (Is(reply, kNak) || text.size() < kVersionReplyChars) {
+            return Verdict::Failed;
+        }
+        size_t at = kFirstWord;
+        for (uint16_t* word : words) {
+            if (word != nullptr) {
+                *word = static_cast<uint16_t>(wcstoul(text.substr(at, kWordChars), 16));
+            }
+            at += kWordChars;
+        }
+        return Verdict::Done;
+    });
+    return run.End(Exchange(-1, {}, judge) == Outcome::Done ? 1 : 0);
+}
+
+int CTvUdp::CmdIP(const char16_t* address, int /*async*/, std::u16string& project, uint16_t* version,
+                  uint16_t* cpu) {
+    if (address == nullptr || *address == u'\0') {
+        return 0;
+    }
+    // The caller's address may be the target's own text.
+    const std::u16string asked(address);
+    BeginCommand(u"IP", 0, u"", nullptr, 0, nullptr, nullptr, nullptr);
+    CommandRun run(*this, 1);
+    const TargetOnLoan loan(*this, asked);
+    ReplyJudge judge([&](const Reply& reply) {
+        const std::u16string text = reply.Text();
+        if (Is(reply, kNak) || text.size() < kProjectAt) {
+            return Verdict::Failed;
+        }
+        if (!text.starts_with(u"IP")) {
+            return Verdict::Again;
+        }
+        const std::u16string kind = text.substr(kKindAt, kKindChars);
+        if (kind != u"ARM" && kind != u"X86") {
+            return Verdict::Failed;
+        }
+        *cpu = kind == u"ARM" ? kCpuArm : kCpuX86;
+        *version = static_cast<uint16_t>(wcstoul(text.substr(kVersionAt, kWordChars), 10));
+        project = text.substr(kProjectAt);
+        return Verdict::Done;
+    });
+    return run.End(Exchange(-1, {}, judge) == Outcome::Done ? 1 : 0);
+}
+
+}  // namespace brenholt

@@ -1,0 +1,31 @@
+// The run of a command from its head to its end.
+#ifndef BRENHOLT_LINK_COMMAND_RUN_H
+#define BRENHOLT_LINK_COMMAND_RUN_H
+
+#include "link/tv_udp.h"
+
+namespace brenholt {
+
+// Lives for the length of a command's run and ends the command on every way out, once: with the value
+// given to End, or 0. With `final` 0 the caller's run ends it.
+class CommandRun {
+ public:
+    CommandRun(CTvUdp& link, int final) : m_link(final != 0 ? &link : nullptr) {}
+    ~CommandRun() {
+        if (m_link != nullptr) {
+            m_link->EndCommand(m_result);
+        }
+    }
+    CommandRun(const CommandRun&) = delete;
+    CommandRun& operator=(const CommandRun&) = delete;
+
+    int End(int result) { return m_result = result; }
+
+ private:
+    CTvUdp* m_link;
+    int m_result = 0;
+};
+
+}  // namespace brenholt
+
+#endif

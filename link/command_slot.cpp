@@ -1,0 +1,134 @@
+// The one-deep slot through which a command passes from the host to the worker.
+#include <array>
+
+#include "link/tv_udp.h"
+#include "platform/clock.h"
+#include "platform/text.h"
+
+namespace brenholt {
+namespace {
+
+constexpr uint32_t kPassMs = 10;
+
+template <class T>
+T* Pointer(void* p) {
+    return static_cast<T*>(p);
+}
+
+struct Handler {
+    std::u16string_view token;
+    int (*run)(CTvUdp& link, const CommandSlot& slot);
+};
+
+// The posted commands, in the order in which they are compared.
+constexpr std::array<Handler, 13> kHandlers{{
+    {u"TM", [](CTvUdp& link, const CommandSlot&) { return link.CmdTM(0); }},
+    {u"EX", [](CTvUdp& link, const CommandSlot& s) { return link.CmdEX(s.m_strArg1.c_str(), 0); }},
+    {u"CL", [](CTvUdp& link, const CommandSlot& s) { return link.CmdCL(s.m_strArg1.c_str(), 0); }},
+    {u"DR0",
+     [](CTvUdp& link, const CommandSlot& s) {
+         return link.CmdDR(s.m_strArg1.c_str(), s.m_nArg, Pointer<PanelDirEntry>(s.m_pArg1), 0, 1);
+     }},
+    {u"DL0",
+     [](CTvUdp& link, const CommandSlot& s) {
+         return link.CmdDL(s.m_strArg2.c_str(), s.m_strArg1.c_str(), 0);
+     }},
+    {u"RM", [](CTvUdp& link, const CommandSlot& s) { return link.CmdRM(s.m_strArg1.c_str(), 0); }},
+    {u"UP00000000",
+     [](CTvUdp& link, const CommandSlot& s) {
+         return link.CmdUP(s.m_strArg1.c_str(), s.m_strArg2.c_str(), 0, 1);
+     }},
+    {u"FF", [](CTvUdp& link, const CommandSlot& s) { return link.CmdFile(s.m_strArg1.c_str(), 1, 0); }},
+    {u"FD", [](CTvUdp& link, const CommandSlot& s) { return link.CmdFile(s.m_strArg1.c_str(), 0, 0); }},
+    {u"MD", [](CTvUdp& link, const CommandSlot& s) { return link.CmdMD(s.m_strArg1.c_str(), 0); }},
+    {u"ML0+",
+     [](CTvUdp& link, const CommandSlot& s) {
+         return link.CmdML(Pointer<const uint8_t>(s.m_pArg1), s.m_nArg, s.m_strArg1.c_str(), 0);
+     }},
+    {u"VS",
+     [](CTvUdp& link, const CommandSlot& s) {
+         return link.CmdVS(Pointer<uint16_t>(s.m_pArg1), Pointer<uint16_t>(s.m_pArg2),
+                           Pointer<uint16_t>(s.m_pArg3), 0);
+     }},
+    {u"GF",
+     [](CTvUdp& link, const CommandSlot& s) {
+         return link.CmdGF(s.m_strArg1.c_str(), s.m_strArg2.c_str(), 0, 1);
+     }},
+}};
+
+std::u16string TextOrEmpty(const char16_t* text) { return text != nullptr ? text : u""; }
+
+}  // namespace
+
+void CTvUdp::BeginCommand(std::u16string_view token, int posted, const char16_t* arg1,
+                          const char16_t* arg2, int nArg, void* p1, void* p2, void* p3) {
+    // Filled before the old contents go, as the texts may be the slot's own.
+    CommandSlot slot{MakeUpper(token), TextOrEmpty(arg1), TextOrEmpty(arg2), nArg, p1, p2, p3};
+    const CSingleLock lock(m_lock);
+    // A step of a composite begins while its command runs: only the command itself takes note.
+    if (m_bBusy == 0 || m_bPosted != 0) {
+        m_bStopAtBegin = m_bStop.load();
+    }
+    std::swap(m_slot, slot);
+    m_bBusy = 1;
+    m_bCancel = 0;
+    m_nResult = 0;
+    m_bPosted = posted;
+}
+
+void CTvUdp::EndCommand(int result) {
+    m_nResult = result;
+    {
+        const CSingleLock lock(m_lock);
+        m_slot.m_strCmd.clear();
+    }
+    m_bCancel = 0;
+    m_bBusy = 0;
+}
+
+CTvUdp::Head CTvUdp::Enter(std::u16string_view token, int async, const char16_t* arg1,
+                           const char16_t* arg2, int nArg, void* p1, void* p2, void* p3) {
+    if (!m_strTargetIp.GetRoute().given) {
+        return Head::Refused;
+    }
+    BeginCommand(token, async, arg1, arg2, nArg, p1, p2, p3);
+    return async != 0 ? Head::Posted : Head::Run;
+}
+
+unsigned CTvUdp::ServiceThread(void* link) {
+    auto* self = static_cast<CTvUdp*>(link);
+    self->m_bStopped = 0;
+    while (self->ServiceOnce() == 0) {
+        Sleep(kPassMs);
+    }
+    self->m_bStopped = 1;
+    return 0;
+}
+
+int CTvUdp::ServiceOnce() {
+    if (g_bInRecv != 0 || m_bPosted == 0) {
+        return m_bStop;
+    }
+    try {
+        CommandSlot slot;
+        {
+            const CSingleLock lock(m_lock);
+            slot = m_slot;
+        }
+        for (const Handler& handler : kHandlers) {
+            if (handler.token == slot.m_strCmd) {
+                handler.run(*this, slot);
+                break;
+            }
+        }
+    } catch (...) {
+        // Out of memory before the handler took the command over.
+        if (m_bPosted != 0) {
+            m_bPosted = 0;
+            EndCommand(0);
+        }
+    }
+    return m_bStop;
+}
+
+}  // namespace brenholt

@@ -1,0 +1,104 @@
+// The one link object, its start and its stop.
+#include <pthread.h>
+
+#include <new>
+
+#include "link/tv_udp.h"
+#include "platform/clock.h"
+
+namespace brenholt {
+namespace {
+
+constexpr uint32_t kPassMs = 10;
+
+// Destroys the link at unload only if it is stopped: a host that leaves without slot 15 still has
+// threads in it, and those must not find their object gone.
+class LinkHolder {
+ public:
+    LinkHolder() { new (m_storage) CTvUdp; }
+    ~LinkHolder() {
+        if (Get().m_bStopped != 0 && Get().m_ping.m_bStopped != 0) {
+            Get().~CTvUdp();
+        }
+    }
+    LinkHolder(const LinkHolder&) = delete;
+    LinkHolder& operator=(const LinkHolder&) = delete;
+
+    CTvUdp& Get() { return *std::launder(reinterpret_cast<CTvUdp*>(m_storage)); }
+
+ private:
+    alignas(CTvUdp) unsigned char m_storage[sizeof(CTvUdp)]{};
+};
+
+LinkHolder g_holder;
+
+// A fork must not catch a lock in the hands of a thread that the child does not have.
+void BeforeFork() NO_THREAD_SAFETY_ANALYSIS {
+    g_link.m_lock.Lock();
+    g_link.m_ping.m_lock.Lock();
+}
+
+void AfterForkInParent() NO_THREAD_SAFETY_ANALYSIS {
+    g_link.m_ping.m_lock.Unlock();
+    g_link.m_lock.Unlock();
+}
+
+void AfterForkInChild() {
+    AfterForkInParent();
+    g_link.AbandonInChild();
+}
+
+}  // namespace
+
+CTvUdp& g_link = g_holder.Get();
+
+int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
+    m_nTimeoutMs = timeoutMs;
+    m_nRetries = retries;
+    m_bAsyncMode = asyncMode;
+    g_bInRecv = 0;
+    if (m_bStopped == 0) {
+        return 0;
+    }
+    // Once in the life of the module; the run-time library drops the handlers when it is unloaded.
+    static const int forkHandlers = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
+    static_cast<void>(forkHandlers);
+    Create(kCommandPort);
+    m_bStopped = 0;
+    m_bStop = 0;
+    m_worker = AfxBeginThread(ServiceThread, this);
+    if (!m_worker) {
+        m_bStop = 1;
+        m_bStopped = 1;
+        Close();
+        return 0;
+    }
+    return m_ping.Start(retries, timeoutMs, asyncMode);
+}
+
+void CTvUdp::Stop() {
+    m_ping.Stop();
+    m_bCancel = 1;
+    m_bStop = 1;
+    while (m_bStopped == 0) {
+        Sleep(kPassMs);
+    }
+    if (m_worker) {
+        m_worker->Join();
+        m_worker.reset();
+    }
+    Close();
+}
+
+void CTvUdp::AbandonInChild() {
+    m_ping.AbandonInChild();
+    m_bStop = 1;
+    m_bStopped = 1;
+    m_bPosted = 0;
+    m_bBusy = 0;
+    g_bInRecv = 0;
+    m_worker.reset();
+    Close();
+}
+
+}  // namespace brenholt

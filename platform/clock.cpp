@@ -1,0 +1,25 @@
+#include "platform/clock.h"
+
+#include <cerrno>
+#include <ctime>
+
+namespace brenholt {
+
+uint32_t GetTickCount() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint32_t>(static_cast<uint64_t>(now.tv_sec) * 1000 +
+                                 static_cast<uint64_t>(now.tv_nsec) / 1000000);
+}
+
+void Sleep(uint32_t milliseconds) {
+    if (milliseconds == 0) {
+        return;
+    }
+    timespec left{static_cast<time_t>(milliseconds / 1000),
+                  static_cast<long>(milliseconds % 1000) * 1000000};
+    while (clock_nanosleep(CLOCK_MONOTONIC, 0, &left, &left) == EINTR) {
+    }
+}
+
+}  // namespace brenholt

@@ -1,0 +1,30 @@
+// Paths as texts: '\' and '/' both separate; the module writes '\', the disk has '/'.
+#ifndef BRENHOLT_PLATFORM_PATH_H
+#define BRENHOLT_PLATFORM_PATH_H
+
+#include <string>
+#include <string_view>
+
+namespace brenholt {
+
+// The path as the disk takes it: 8-bit text, every separator a '/'.
+std::string DiskPath(std::u16string_view path);
+
+// The path in the module's own form: every '/' becomes '\', and one '\' stands at the end (the text
+// "\" for an empty one).
+std::u16string FolderPath(std::u16string_view path);
+
+// What stands behind the last separator; the whole text without one.
+std::u16string_view LastComponent(std::u16string_view path);
+
+// The rule for names that come from a panel: whether `name` (8-bit text in the system code page) is one
+// component that stays in its folder. Not empty, not "." or "..", no separator of either kind, no NUL.
+bool IsPlainName(std::string_view name);
+
+// A name from a panel as text. WideCharToMultiByte gives its bytes back unchanged, also where they are
+// not valid in the code page or spell a letter in a way that the code page would not.
+std::u16string WidenName(std::string_view name);
+
+}  // namespace brenholt
+
+#endif

@@ -1,0 +1,119 @@
+#include "platform/socket.h"
+
+#include <arpa/inet.h>
+#include <linux/filter.h>
+#include <poll.h>
+#include <sched.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <ctime>
+
+#include "platform/clock.h"
+
+namespace brenholt {
+namespace {
+
+// How long a receive spins after a send before it blocks.
+constexpr uint64_t kSpinNs = 50'000;
+
+uint64_t NowNs() {
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+}
+
+}  // namespace
+
+bool CAsyncSocket::Create(uint16_t port) { return Create(port, {}); }
+
+bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
+    CDescriptor fd(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
+    if (!fd) {
+        return false;
+    }
+    const int on = 1;
+    setsockopt(fd.Get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
+    if (!filter.empty()) {
+        // The filter comes before the port: nothing unfiltered queues. Without it the receiver's own
+        // test does the same, later.
+        const sock_fprog program{static_cast<unsigned short>(filter.size()),
+                                 const_cast<sock_filter*>(filter.data())};
+        setsockopt(fd.Get(), SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
+    }
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_port = htons(port);
+    local.sin_addr.s_addr = htonl(INADDR_ANY);
+    if (bind(fd.Get(), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
+        return false;
+    }
+    m_socket = std::move(fd);
+    return true;
+}
+
+void CAsyncSocket::Close() { m_socket.Close(); }
+
+int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
+    from = {};
+    iovec part{buffer.data(), buffer.size()};
+    msghdr message{};
+    message.msg_name = &from;
+    message.msg_namelen = sizeof from;
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    ssize_t n;
+    do {
+        n = recvmsg(m_socket.Get(), &message, 0);
+    } while (n < 0 && errno == EINTR);
+    return n < 0 || (message.msg_flags & MSG_TRUNC) != 0 ? -1 : static_cast<int>(n);
+}
+
+int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitMs) {
+    if (!m_socket) {
+        from = {};
+        Sleep(waitMs);
+        return -1;
+    }
+    int n = TakeDatagram(buffer, from);
+    if (n >= 0 || waitMs == 0) {
+        return n;
+    }
+    while (NowNs() < m_spinUntil) {
+        n = TakeDatagram(buffer, from);
+        if (n >= 0) {
+            return n;
+        }
+    }
+    pollfd waiting{m_socket.Get(), POLLIN, 0};
+    if (poll(&waiting, 1, static_cast<int>(waitMs)) > 0) {
+        n = TakeDatagram(buffer, from);
+    }
+    return n;
+}
+
+int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
+    ssize_t n;
+    do {
+        n = sendto(m_socket.Get(), data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&to),
+                   sizeof to);
+    } while (n < 0 && errno == EINTR);
+    m_spinUntil = NowNs() + kSpinNs;
+    return static_cast<int>(n);
+}
+
+uint32_t inet_addr(std::string_view text) {
+    const std::string terminated(text);
+    return ::inet_addr(terminated.c_str());
+}
+
+std::string inet_ntoa(uint32_t address) {
+    std::array<char, INET_ADDRSTRLEN> text{};
+    inet_ntop(AF_INET, &address, text.data(), text.size());
+    return text.data();
+}
+
+}  // namespace brenholt

@@ -1,0 +1,63 @@
+// UDP sockets. With the clock, the seam through which tests own the wire.
+#ifndef BRENHOLT_PLATFORM_SOCKET_H
+#define BRENHOLT_PLATFORM_SOCKET_H
+
+#include <netinet/in.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "platform/descriptor.h"
+
+struct sock_filter;
+
+namespace brenholt {
+
+// A non-blocking IPv4 UDP socket, bound on all interfaces. Before Create and after Close every send
+// fails and every receive finds nothing. One thread at a time may use it.
+class CAsyncSocket {
+ public:
+    CAsyncSocket() = default;
+    virtual ~CAsyncSocket() = default;
+    CAsyncSocket(const CAsyncSocket&) = delete;
+    CAsyncSocket& operator=(const CAsyncSocket&) = delete;
+
+    // Binds UDP `port` on all interfaces, without sharing it. False when the port is taken or no socket
+    // can be had; the object is then as after Close. Broadcasts are received.
+    bool Create(uint16_t port);
+
+    // As above, and lets the kernel drop what `filter` (classic BPF, run over the UDP header and the
+    // payload) rejects, before it takes room in the receive queue.
+    bool Create(uint16_t port, std::span<const sock_filter> filter);
+
+    // Closes the socket; without one, nothing.
+    void Close();
+
+    // Takes one waiting datagram: its length (0 for an empty one) and its source, or -1 when none is
+    // waiting or the receive fails. A datagram longer than `buffer` is a failed receive and is lost.
+    // `waitMs` above 0 blocks until a datagram comes, but no longer than that; shortly after a send
+    // it spins first, as the answer of a panel nearby is a matter of microseconds.
+    int ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitMs);
+
+    // Sends one datagram; its length, or -1.
+    int SendTo(std::span<const uint8_t> data, const sockaddr_in& to);
+
+ private:
+    int TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from);
+
+    CDescriptor m_socket;
+    uint64_t m_spinUntil = 0;  // nanoseconds of the monotonic clock
+};
+
+// Dotted text to an address in network byte order: four decimal, octal (0..) or hexadecimal (0x..)
+// numbers, or fewer with the last one filling the rest. All ones for text that is no address.
+uint32_t inet_addr(std::string_view text);
+
+// An address in network byte order as dotted decimal text.
+std::string inet_ntoa(uint32_t address);
+
+}  // namespace brenholt
+
+#endif

@@ -1,0 +1,220 @@
+#include "platform/text.h"
+
+#include <langinfo.h>
+#include <locale.h>
+#include <unicode/ucnv.h>
+#include <unicode/ucnv_cb.h>
+#include <unicode/unorm2.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+#include <memory>
+#include <new>
+
+namespace brenholt {
+namespace {
+
+constexpr char16_t kByteSurrogate = 0xDC00;  // plus the byte
+
+struct ConverterCloser {
+    void operator()(UConverter* converter) const { ucnv_close(converter); }
+};
+using Converter = std::unique_ptr<UConverter, ConverterCloser>;
+
+// A charset's name. No destructor: threads may convert while the process ends.
+using CharsetName = std::array<char, 64>;
+
+CharsetName FindCodePage() {
+    CharsetName found{"UTF-8"};
+    const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
+    if (locale == nullptr) {
+        return found;
+    }
+    const std::string name = nl_langinfo_l(CODESET, locale);
+    freelocale(locale);
+    UErrorCode error = U_ZERO_ERROR;
+    const Converter known(ucnv_open(name.c_str(), &error));
+    const bool plain = name == "ANSI_X3.4-1968" || name == "US-ASCII";
+    if (U_SUCCESS(error) && !plain && name.size() < found.size()) {
+        found = {};
+        std::copy(name.begin(), name.end(), found.begin());
+    }
+    return found;
+}
+
+// A byte that is not valid becomes a lone surrogate.
+void BytesToSurrogates(const void*, UConverterToUnicodeArgs* args, const char* bytes, int32_t length,
+                       UConverterCallbackReason reason, UErrorCode* error) {
+    if (reason > UCNV_IRREGULAR) {
+        return;
+    }
+    *error = U_ZERO_ERROR;
+    for (int32_t i = 0; i < length; ++i) {
+        const UChar unit = kByteSurrogate + static_cast<unsigned char>(bytes[i]);
+        ucnv_cbToUWriteUChars(args, &unit, 1, 0, error);
+    }
+}
+
+// A lone surrogate of the kind above becomes its byte, everything else the substitution character.
+void SurrogatesToBytes(const void* context, UConverterFromUnicodeArgs* args, const UChar* units,
+                       int32_t length, UChar32 point, UConverterCallbackReason reason,
+                       UErrorCode* error) {
+    if (reason <= UCNV_IRREGULAR && length == 1 && units[0] >= kByteSurrogate &&
+        units[0] <= kByteSurrogate + 0xFF) {
+        *error = U_ZERO_ERROR;
+        const char byte = static_cast<char>(units[0] - kByteSurrogate);
+        ucnv_cbFromUWriteBytes(args, &byte, 1, 0, error);
+        return;
+    }
+    UCNV_FROM_U_CALLBACK_SUBSTITUTE(context, args, units, length, point, reason, error);
+}
+
+Converter OpenConverter() {
+    static const CharsetName codePage = FindCodePage();
+    UErrorCode error = U_ZERO_ERROR;
+    Converter converter(ucnv_open(codePage.data(), &error));
+    ucnv_setToUCallBack(converter.get(), BytesToSurrogates, nullptr, nullptr, nullptr, &error);
+    ucnv_setFromUCallBack(converter.get(), SurrogatesToBytes, nullptr, nullptr, nullptr, &error);
+    if (U_FAILURE(error)) {
+        throw std::bad_alloc();  // the only way in which a converter that opened once fails
+    }
+    return converter;
+}
+
+std::u16string Composed(std::u16string_view text) {
+    UErrorCode error = U_ZERO_ERROR;
+    const UNormalizer2* nfc = unorm2_getNFCInstance(&error);
+    std::u16string result(text.size() + 16, u'\0');
+    const auto length = static_cast<int32_t>(text.size());
+    int32_t needed = unorm2_normalize(nfc, text.data(), length, result.data(),
+                                      static_cast<int32_t>(result.size()), &error);
+    if (error == U_BUFFER_OVERFLOW_ERROR) {
+        error = U_ZERO_ERROR;
+        result.resize(static_cast<size_t>(needed));
+        needed = unorm2_normalize(nfc, text.data(), length, result.data(), needed, &error);
+    }
+    if (U_FAILURE(error)) {
+        return std::u16string(text);
+    }
+    result.resize(static_cast<size_t>(needed));
+    return result;
+}
+
+template <class Char>
+bool IsAscii(std::basic_string_view<Char> text) {
+    return std::all_of(text.begin(), text.end(),
+                       [](Char c) { return static_cast<std::make_unsigned_t<Char>>(c) < 0x80; });
+}
+
+template <class Char>
+Char UpperAscii(Char c) {
+    return c >= 'a' && c <= 'z' ? static_cast<Char>(c - 'a' + 'A') : c;
+}
+
+template <class Char>
+bool EqualNoCaseAs(std::basic_string_view<Char> a, std::basic_string_view<Char> b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](Char x, Char y) { return UpperAscii(x) == UpperAscii(y); });
+}
+
+constexpr std::u16string_view kBlanks = u" \t\n\v\f\r";
+
+int DigitValue(char16_t c) {
+    if (c >= u'0' && c <= u'9') {
+        return c - u'0';
+    }
+    const char16_t upper = UpperAscii(c);
+    return upper >= u'A' && upper <= u'F' ? upper - u'A' + 10 : std::numeric_limits<int>::max();
+}
+
+// White space and one sign go from the front of `text`; whether the sign was a minus.
+bool TakeSign(std::u16string_view& text) {
+    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    const bool minus = text.starts_with(u'-');
+    if (minus || text.starts_with(u'+')) {
+        text.remove_prefix(1);
+    }
+    return minus;
+}
+
+// The digits of `base` at the front of `text`, stopping at `limit`.
+uint32_t TakeDigits(std::u16string_view text, int base, uint32_t limit) {
+    uint64_t value = 0;
+    for (const char16_t c : text) {
+        const int digit = DigitValue(c);
+        if (digit >= base) {
+            break;
+        }
+        value = std::min<uint64_t>(value * static_cast<unsigned>(base) + static_cast<unsigned>(digit),
+                                   limit);
+    }
+    return static_cast<uint32_t>(value);
+}
+
+}  // namespace
+
+std::string WideCharToMultiByte(std::u16string_view text) {
+    if (IsAscii(text)) {
+        return std::string(text.begin(), text.end());
+    }
+    const std::u16string composed = Composed(text);
+    const Converter converter = OpenConverter();
+    std::string bytes;
+    bytes.resize(UCNV_GET_MAX_BYTES_FOR_STRING(composed.size(), ucnv_getMaxCharSize(converter.get())));
+    UErrorCode error = U_ZERO_ERROR;
+    const int32_t length =
+        ucnv_fromUChars(converter.get(), bytes.data(), static_cast<int32_t>(bytes.size()),
+                        composed.data(), static_cast<int32_t>(composed.size()), &error);
+    bytes.resize(U_SUCCESS(error) ? static_cast<size_t>(length) : 0);
+    return bytes;
+}
+
+std::u16string MultiByteToWideChar(std::string_view bytes) {
+    if (IsAscii(bytes)) {
+        return std::u16string(bytes.begin(), bytes.end());
+    }
+    const Converter converter = OpenConverter();
+    std::u16string text(2 * bytes.size(), u'\0');
+    UErrorCode error = U_ZERO_ERROR;
+    const int32_t length =
+        ucnv_toUChars(converter.get(), text.data(), static_cast<int32_t>(text.size()), bytes.data(),
+                      static_cast<int32_t>(bytes.size()), &error);
+    text.resize(U_SUCCESS(error) ? static_cast<size_t>(length) : 0);
+    return text;
+}
+
+char16_t ByteToWide(char byte) {
+    const auto value = static_cast<unsigned char>(byte);
+    return value < 0x80 ? value : static_cast<char16_t>(kByteSurrogate + value);
+}
+
+std::string_view UpToNul(std::string_view bytes) { return bytes.substr(0, bytes.find('\0')); }
+
+bool EqualNoCase(std::string_view a, std::string_view b) { return EqualNoCaseAs(a, b); }
+bool EqualNoCase(std::u16string_view a, std::u16string_view b) { return EqualNoCaseAs(a, b); }
+
+std::u16string MakeUpper(std::u16string_view text) {
+    std::u16string upper(text);
+    std::transform(upper.begin(), upper.end(), upper.begin(), UpperAscii<char16_t>);
+    return upper;
+}
+
+int32_t _wtoi(std::u16string_view text) {
+    const bool minus = TakeSign(text);
+    const uint32_t limit = std::numeric_limits<int32_t>::max() + (minus ? 1U : 0U);
+    const uint32_t value = TakeDigits(text, 10, limit);
+    return static_cast<int32_t>(minus ? 0U - value : value);
+}
+
+uint32_t wcstoul(std::u16string_view text, int base) {
+    const bool minus = TakeSign(text);
+    if (base == 16 && text.size() > 2 && text[0] == u'0' && UpperAscii(text[1]) == u'X' &&
+        DigitValue(text[2]) < base) {
+        text.remove_prefix(2);
+    }
+    const uint32_t value = TakeDigits(text, base, std::numeric_limits<uint32_t>::max());
+    return minus ? 0U - value : value;
+}
+
+}  // namespace brenholt

@@ -1,0 +1,58 @@
+#include "platform/thread.h"
+
+#include <csignal>
+#include <new>
+
+namespace brenholt {
+namespace {
+
+struct ThreadStart {
+    unsigned (*body)(void*);
+    void* parameter;
+};
+
+void* RunThread(void* start) {
+    const std::unique_ptr<ThreadStart> owned(static_cast<ThreadStart*>(start));
+    owned->body(owned->parameter);
+    return nullptr;
+}
+
+}  // namespace
+
+CWinThread::~CWinThread() {
+    if (!m_joined) {
+        pthread_detach(m_thread);
+    }
+}
+
+void CWinThread::Join() {
+    pthread_join(m_thread, nullptr);
+    m_joined = true;
+}
+
+std::unique_ptr<CWinThread> AfxBeginThread(unsigned (*body)(void*), void* parameter) {
+    // The handle's memory comes before the thread: nothing can fail once the thread runs.
+    std::unique_ptr<CWinThread> handle;
+    std::unique_ptr<ThreadStart> start(new (std::nothrow) ThreadStart{body, parameter});
+    void* memory = ::operator new(sizeof(CWinThread), std::nothrow);
+    if (!start || memory == nullptr) {
+        ::operator delete(memory);
+        return handle;
+    }
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_SETMASK, &all, &before);
+    pthread_t thread;
+    const int error = pthread_create(&thread, nullptr, RunThread, start.get());
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    if (error != 0) {
+        ::operator delete(memory);
+        return handle;
+    }
+    static_cast<void>(start.release());
+    handle.reset(new (memory) CWinThread(thread));
+    return handle;
+}
+
+}  // namespace brenholt

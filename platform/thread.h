@@ -1,0 +1,65 @@
+// Threads, locks and words shared between threads.
+#ifndef BRENHOLT_PLATFORM_THREAD_H
+#define BRENHOLT_PLATFORM_THREAD_H
+
+#include <pthread.h>
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "platform/annotations.h"
+
+namespace brenholt {
+
+// A 32-bit word that several threads store and read whole, without a lock.
+using SharedWord = std::atomic<int32_t>;
+
+// A lock that is not recursive. Also works with std::lock_guard.
+class CAPABILITY("mutex") CCriticalSection {
+ public:
+    void Lock() ACQUIRE() { m_mutex.lock(); }
+    void Unlock() RELEASE() { m_mutex.unlock(); }
+    void lock() ACQUIRE() { Lock(); }
+    void unlock() RELEASE() { Unlock(); }
+
+ private:
+    std::mutex m_mutex;
+};
+
+// Holds a CCriticalSection for the length of a scope.
+class SCOPED_CAPABILITY CSingleLock {
+ public:
+    explicit CSingleLock(CCriticalSection& lock) ACQUIRE(lock) : m_lock(lock) { m_lock.Lock(); }
+    ~CSingleLock() RELEASE() { m_lock.Unlock(); }
+    CSingleLock(const CSingleLock&) = delete;
+    CSingleLock& operator=(const CSingleLock&) = delete;
+
+ private:
+    CCriticalSection& m_lock;
+};
+
+// A thread that AfxBeginThread started. Destroying the object lets the thread run on by itself.
+class CWinThread {
+ public:
+    explicit CWinThread(pthread_t thread) : m_thread(thread) {}
+    ~CWinThread();
+    CWinThread(const CWinThread&) = delete;
+    CWinThread& operator=(const CWinThread&) = delete;
+
+    // Waits for the thread's end. Once at most.
+    void Join();
+
+ private:
+    pthread_t m_thread;
+    bool m_joined = false;
+};
+
+// Starts `body(parameter)` on a thread of default priority and stack size, with every signal blocked,
+// so that the host's signal handlers never run on it. Null when no thread could be made.
+std::unique_ptr<CWinThread> AfxBeginThread(unsigned (*body)(void*), void* parameter);
+
+}  // namespace brenholt
+
+#endif
