@@ -1,0 +1,107 @@
+// A seeded plan of network and panel faults, applied to replies on their way out.
+//
+// The same seed and the same sequence of calls give the same faults on every machine and with every
+// standard library. The plan has no clock: the time is passed in, and what comes out says when it
+// is due.
+#ifndef BRENHOLT_TOOLS_PANEL_FAULT_PLAN_H
+#define BRENHOLT_TOOLS_PANEL_FAULT_PLAN_H
+
+#include <array>
+#include <cstdint>
+#include <optional>
+#include <random>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/panel/panel.h"
+#include "tools/panel/wire.h"
+
+namespace tavrin {
+
+enum class Fault {
+    LoseRequest,  // the request is lost on the way in
+    Silence,      // the panel goes silent: nothing is heard or said; `span` 0 is for good
+    Stall,        // the panel stops; what it would have sent meanwhile comes `span` later, in order
+    Lose,         // the reply is lost
+    Double,       // the reply comes twice, the twin `span` later
+    Delay,        // the reply comes `span` later
+    Reorder,      // the reply waits until the next one has gone out, and follows it
+    Port,         // the reply comes from another port
+    Cut,          // the reply is cut to a random shorter length, possibly 0
+    Garble,       // one to four bytes of the reply change
+};
+inline constexpr std::size_t kFaultCount = 10;
+
+std::string_view FaultName(Fault fault);
+
+// A set of faults.
+class FaultSet {
+ public:
+    void Add(Fault fault) { bits_ |= 1U << static_cast<unsigned>(fault); }
+    bool Has(Fault fault) const { return (bits_ >> static_cast<unsigned>(fault) & 1U) != 0; }
+    bool Empty() const { return bits_ == 0; }
+    // "delay+cut"; empty for none.
+    std::string Text() const;
+
+ private:
+    std::uint32_t bits_ = 0;
+};
+
+struct FaultRate {
+    double probability = 0;  // 0 to 1, for each request (the first three) or reply
+    Time span{0};
+};
+
+struct FaultSettings {
+    std::array<FaultRate, kFaultCount> rates{};
+    std::uint64_t seed = 1;
+
+    FaultRate& operator[](Fault fault) { return rates[static_cast<std::size_t>(fault)]; }
+    const FaultRate& operator[](Fault fault) const {
+        return rates[static_cast<std::size_t>(fault)];
+    }
+};
+
+// Reads "lose=0.05,delay=0.01:300ms,seed=7": names as FaultName gives them, a probability, and for
+// the faults that have one a span with its unit (us, ms, s). Throws std::invalid_argument with a
+// message for people.
+FaultSettings ParseFaults(std::string_view text);
+// Reads "300ms"; throws std::invalid_argument.
+Time ParseSpan(std::string_view text);
+
+// One datagram on its way out.
+struct Outgoing {
+    Bytes bytes;
+    Time due{0};
+    bool other_port = false;
+    FaultSet faults;
+};
+
+class FaultPlan {
+ public:
+    FaultPlan() = default;
+    explicit FaultPlan(const FaultSettings& settings);
+
+    // Judges a request that arrives at `now`; the set is empty or says why it is not heard.
+    FaultSet Arrive(Time now);
+    // Sends one reply at `now`: appends to `out` what goes on the wire and when, and gives the
+    // faults that befell it. With Lose or Silence in it nothing of this reply is sent.
+    FaultSet Apply(Time now, Reply reply, std::vector<Outgoing>& out);
+
+ private:
+    bool Strikes(Fault fault);
+    std::uint64_t Below(std::uint64_t bound);
+    void Damage(Outgoing& outgoing);
+
+    FaultSettings settings_;
+    bool active_ = false;
+    std::mt19937_64 random_;
+    Time silent_until_{0};
+    Time stalled_until_{0};
+    std::optional<Outgoing> held_;
+};
+
+}  // namespace tavrin
+
+#endif

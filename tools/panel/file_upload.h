@@ -1,0 +1,47 @@
+// One file that a host sends (DL).
+//
+// Payload of each datagram:  0  file record   25  name area   behind it  file data
+//
+// The record's length byte counts the host's absolute path, and the name area has one byte more
+// than that: in it the file's short name, a zero byte, and bytes without meaning. A path of 256
+// bytes or more shows in the length byte as 256 less; it is told from a short one by a name that
+// has no end in the smaller area.
+//
+// The request's text says where the file goes: a path, or a folder (it ends in a separator, or a
+// folder of that name exists) that takes the file under its short name. The data gathers in memory,
+// and the file appears on disk when all of it has come.
+#ifndef BRENHOLT_TOOLS_PANEL_FILE_UPLOAD_H
+#define BRENHOLT_TOOLS_PANEL_FILE_UPLOAD_H
+
+#include <string>
+
+#include "tools/panel/file_record.h"
+#include "tools/panel/request.h"
+#include "tools/panel/storage.h"
+#include "tools/panel/wire.h"
+
+namespace tavrin {
+
+class FileUpload {
+ public:
+    // True: the datagram is taken, or repeats the one taken last; it is to be acknowledged with its
+    // digit. False is a refusal. The digit 0 always begins anew.
+    bool Take(const Storage& storage, const Request& request, ByteView datagram);
+
+ private:
+    bool Begin(const Storage& storage, const Request& request);
+    bool Append(const Storage& storage, const Request& request);
+
+    bool running_ = false;
+    char digit_ = kFirstDigit;
+    Bytes last_;  // the datagram taken last, whole
+    Bytes head_;  // record and short name, which every datagram of the transfer repeats
+    std::string text_;
+    std::string target_;
+    FileRecord record_;
+    Bytes content_;
+};
+
+}  // namespace tavrin
+
+#endif

@@ -1,0 +1,77 @@
+// A panel's storage: a real folder on disk.
+//
+// Panel paths are 8-bit texts with '\' or '/' between the names, taken from the storage's root;
+// empty names and "." count for nothing, and the empty path is the root. No path leaves the root:
+// ".." is refused, and symbolic links are neither followed nor shown.
+#ifndef BRENHOLT_TOOLS_PANEL_STORAGE_H
+#define BRENHOLT_TOOLS_PANEL_STORAGE_H
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "tools/panel/descriptor.h"
+#include "tools/panel/file_record.h"
+
+namespace tavrin {
+
+enum class Kind { None, File, Folder };
+
+struct StorageEntry {
+    std::string name;
+    FileRecord record;
+};
+
+// A file opened for reading. It remembers the state of the file at that moment.
+class StoredFile {
+ public:
+    StoredFile(Descriptor descriptor, std::uint64_t size, const timespec& time, FileRecord record);
+
+    const FileRecord& record() const { return record_; }
+    std::uint64_t size() const { return size_; }
+    // Whether size and time are still those of the opening.
+    bool Unchanged() const;
+    // Bytes read at `offset`; nothing when the disk fails.
+    std::optional<std::size_t> Read(std::uint64_t offset, std::span<std::uint8_t> into) const;
+
+ private:
+    Descriptor descriptor_;
+    std::uint64_t size_;
+    timespec time_;
+    FileRecord record_;
+};
+
+class Storage {
+ public:
+    // Throws std::system_error when `root` is not a folder that can be opened.
+    explicit Storage(const std::filesystem::path& root);
+
+    Kind KindOf(std::string_view path) const;
+    // The files and folders of a folder, sorted by the bytes of their names.
+    std::optional<std::vector<StorageEntry>> List(std::string_view path) const;
+    // Nothing when there is no such file, or when it has 4 GiB or more.
+    std::optional<StoredFile> Open(std::string_view path) const;
+
+    // The others give false when it cannot be done.
+    bool RemoveFile(std::string_view path) const;
+    // A folder that is there already will do.
+    bool MakeFolder(std::string_view path) const;
+    // Whether a file could be stored under this path: its folder exists, and no folder has its
+    // name.
+    bool MayStore(std::string_view path) const;
+    // The file appears whole, with the given time, or not at all.
+    bool Store(std::string_view path, ByteView content, std::uint64_t time) const;
+
+ private:
+    Descriptor root_;
+};
+
+// Whether the text ends in a separator of panel paths.
+bool EndsInSeparator(std::string_view path);
+
+}  // namespace tavrin
+
+#endif

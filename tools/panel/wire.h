@@ -1,0 +1,45 @@
+// Types and constants of the wire that every file here shares.
+#ifndef BRENHOLT_TOOLS_PANEL_WIRE_H
+#define BRENHOLT_TOOLS_PANEL_WIRE_H
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <vector>
+
+namespace tavrin {
+
+using Bytes = std::vector<std::uint8_t>;
+using ByteView = std::span<const std::uint8_t>;
+
+// A point in time: the distance from any fixed start, chosen by whoever owns the clock.
+using Time = std::chrono::nanoseconds;
+
+inline constexpr std::uint16_t kBeaconPort = 10250;  // host side, announcements
+inline constexpr std::uint16_t kPanelPort = 10251;   // panel side, commands
+inline constexpr std::uint16_t kHostPort = 10252;    // host side, where commands come from
+inline constexpr std::size_t kMaxDatagram = 1400;    // bytes, both ways
+inline constexpr char kFirstDigit = '0';
+
+// The sequence digit behind `digit`: 0, 1 to 9, then 1 again, so that 0 marks a first packet only.
+constexpr char NextDigit(char digit) {
+    return digit == '9' ? '1' : static_cast<char>(digit + 1);
+}
+
+// Little-endian 32-bit words at `at`; the caller has checked that four bytes are there.
+inline std::uint32_t ReadWord(ByteView bytes, std::size_t at) {
+    return static_cast<std::uint32_t>(bytes[at]) | static_cast<std::uint32_t>(bytes[at + 1]) << 8 |
+           static_cast<std::uint32_t>(bytes[at + 2]) << 16 |
+           static_cast<std::uint32_t>(bytes[at + 3]) << 24;
+}
+
+inline void WriteWord(std::span<std::uint8_t> bytes, std::size_t at, std::uint32_t word) {
+    for (std::size_t i = 0; i < 4; ++i) {
+        bytes[at + i] = static_cast<std::uint8_t>(word >> (8 * i));
+    }
+}
+
+}  // namespace tavrin
+
+#endif
