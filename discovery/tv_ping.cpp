@@ -5,6 +5,7 @@
 
 #include "brenholt/brenholt.h"
 #include "discovery/beacon.h"
+#include "platform/address.h"
 #include "platform/clock.h"
 #include "platform/text.h"
 

@@ -1,6 +1,6 @@
 #include "link/target_address.h"
 
-#include "platform/socket.h"
+#include "platform/address.h"
 #include "platform/text.h"
 
 namespace brenholt {

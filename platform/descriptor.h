@@ -2,9 +2,20 @@
 #ifndef BRENHOLT_PLATFORM_DESCRIPTOR_H
 #define BRENHOLT_PLATFORM_DESCRIPTOR_H
 
+#include <cerrno>
 #include <utility>
 
 namespace brenholt {
+
+// The result of a system call, made again for as long as a signal interrupts it.
+template <class Call>
+auto Uninterrupted(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
 
 // Owns one descriptor, or none (-1). Move only.
 class CDescriptor {

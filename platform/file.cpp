@@ -23,15 +23,6 @@ FileIdentity IdentityOf(const struct stat& status) {
     return {status.st_dev, status.st_ino, static_cast<uint64_t>(status.st_size), status.st_mtim};
 }
 
-template <class Call>
-auto Uninterrupted(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
 struct stat StatusOf(int fd) {
     struct stat status {};
     if (fstat(fd, &status) != 0) {

@@ -32,25 +32,29 @@ std::string RandomTempName() {
 }  // namespace
 
 bool CFolder::Open(std::u16string_view path) {
-    m_fd = CDescriptor(open(DiskPath(FolderPath(path)).c_str(), kFolderFlags));
+    const std::string disk = DiskPath(FolderPath(path));
+    m_fd = CDescriptor(Uninterrupted([&] { return open(disk.c_str(), kFolderFlags); }));
     return static_cast<bool>(m_fd);
 }
 
 bool CFolder::OpenChild(const CFolder& parent, const std::string& name) {
     mkdirat(parent.Get(), name.c_str(), 0777);
-    m_fd = CDescriptor(openat(parent.Get(), name.c_str(), kFolderFlags | O_NOFOLLOW));
+    m_fd = CDescriptor(Uninterrupted(
+        [&] { return openat(parent.Get(), name.c_str(), kFolderFlags | O_NOFOLLOW); }));
     return static_cast<bool>(m_fd);
 }
 
 std::string CFolder::MakeTempFile() const {
     for (int i = 0; i < kTempFileTries; ++i) {
         std::string name = RandomTempName();
-        const CDescriptor file(openat(m_fd.Get(), name.c_str(),
-                                      O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666));
+        const CDescriptor file(Uninterrupted([&] {
+            return openat(m_fd.Get(), name.c_str(),
+                          O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
+        }));
         if (file) {
             return name;
         }
-        if (errno != EEXIST && errno != EINTR) {
+        if (errno != EEXIST) {
             break;
         }
     }

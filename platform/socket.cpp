@@ -1,15 +1,9 @@
 #include "platform/socket.h"
 
-#include <arpa/inet.h>
 #include <linux/filter.h>
 #include <poll.h>
-#include <sched.h>
 #include <sys/socket.h>
 
-#include <algorithm>
-#include <array>
-#include <cerrno>
-#include <cstring>
 #include <ctime>
 
 #include "platform/clock.h"
@@ -65,10 +59,7 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
     message.msg_namelen = sizeof from;
     message.msg_iov = &part;
     message.msg_iovlen = 1;
-    ssize_t n;
-    do {
-        n = recvmsg(m_socket.Get(), &message, 0);
-    } while (n < 0 && errno == EINTR);
+    const ssize_t n = Uninterrupted([&] { return recvmsg(m_socket.Get(), &message, 0); });
     return n < 0 || (message.msg_flags & MSG_TRUNC) != 0 ? -1 : static_cast<int>(n);
 }
 
@@ -96,24 +87,12 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint
 }
 
 int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
-    ssize_t n;
-    do {
-        n = sendto(m_socket.Get(), data.data(), data.size(), 0, reinterpret_cast<const sockaddr*>(&to),
-                   sizeof to);
-    } while (n < 0 && errno == EINTR);
+    const ssize_t n = Uninterrupted([&] {
+        return sendto(m_socket.Get(), data.data(), data.size(), 0,
+                      reinterpret_cast<const sockaddr*>(&to), sizeof to);
+    });
     m_spinUntil = NowNs() + kSpinNs;
     return static_cast<int>(n);
-}
-
-uint32_t inet_addr(std::string_view text) {
-    const std::string terminated(text);
-    return ::inet_addr(terminated.c_str());
-}
-
-std::string inet_ntoa(uint32_t address) {
-    std::array<char, INET_ADDRSTRLEN> text{};
-    inet_ntop(AF_INET, &address, text.data(), text.size());
-    return text.data();
 }
 
 }  // namespace brenholt

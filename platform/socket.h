@@ -6,8 +6,6 @@
 
 #include <cstdint>
 #include <span>
-#include <string>
-#include <string_view>
 
 #include "platform/descriptor.h"
 
@@ -50,13 +48,6 @@ class CAsyncSocket {
     CDescriptor m_socket;
     uint64_t m_spinUntil = 0;  // nanoseconds of the monotonic clock
 };
-
-// Dotted text to an address in network byte order: four decimal, octal (0..) or hexadecimal (0x..)
-// numbers, or fewer with the last one filling the rest. All ones for text that is no address.
-uint32_t inet_addr(std::string_view text);
-
-// An address in network byte order as dotted decimal text.
-std::string inet_ntoa(uint32_t address);
 
 }  // namespace brenholt
 

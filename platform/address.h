@@ -1,0 +1,20 @@
+// IPv4 addresses as text.
+#ifndef BRENHOLT_PLATFORM_ADDRESS_H
+#define BRENHOLT_PLATFORM_ADDRESS_H
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace brenholt {
+
+// Dotted text to an address in network byte order: four decimal, octal (0..) or hexadecimal (0x..)
+// numbers, or fewer with the last one filling the rest. All ones for text that is no address.
+uint32_t inet_addr(std::string_view text);
+
+// An address in network byte order as dotted decimal text.
+std::string inet_ntoa(uint32_t address);
+
+}  // namespace brenholt
+
+#endif

@@ -1,0 +1,123 @@
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <thread>
+#include <vector>
+
+#include "platform/address.h"
+#include "platform/clock.h"
+#include "platform/socket.h"
+#include "platform/thread.h"
+
+namespace brenholt {
+namespace {
+
+// A port that was free a moment ago.
+uint16_t FreePort() {
+    const int fd = socket(AF_INET, SOCK_DGRAM, 0);
+    sockaddr_in any{};
+    any.sin_family = AF_INET;
+    bind(fd, reinterpret_cast<sockaddr*>(&any), sizeof any);
+    socklen_t length = sizeof any;
+    getsockname(fd, reinterpret_cast<sockaddr*>(&any), &length);
+    close(fd);
+    return ntohs(any.sin_port);
+}
+
+sockaddr_in Loopback(uint16_t port) {
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(port);
+    to.sin_addr.s_addr = inet_addr("127.0.0.1");
+    return to;
+}
+
+class SocketTest : public testing::Test {
+ protected:
+    void SetUp() override {
+        port = FreePort();
+        ASSERT_TRUE(receiver.Create(port));
+        ASSERT_TRUE(sender.Create(FreePort()));
+    }
+    void Send(size_t size) {
+        EXPECT_EQ(sender.SendTo(std::vector<uint8_t>(size, 'x'), Loopback(port)), static_cast<int>(size));
+    }
+    int Receive(uint32_t waitMs = 1000) { return receiver.ReceiveFrom(buffer, from, waitMs); }
+
+    uint16_t port = 0;
+    CAsyncSocket receiver;
+    CAsyncSocket sender;
+    std::vector<uint8_t> buffer = std::vector<uint8_t>(100);
+    sockaddr_in from{};
+};
+
+TEST_F(SocketTest, OversizedDatagramIsLostWhole) {
+    Send(100);
+    Send(101);
+    Send(0);
+    EXPECT_EQ(Receive(), 100);
+    EXPECT_EQ(inet_ntoa(from.sin_addr.s_addr), "127.0.0.1");
+    EXPECT_EQ(Receive(0), -1);
+    EXPECT_EQ(Receive(), 0) << "an empty datagram is one";
+    EXPECT_EQ(Receive(0), -1);
+}
+
+TEST_F(SocketTest, PortIsNotShared) {
+    CAsyncSocket second;
+    EXPECT_FALSE(second.Create(port));
+    EXPECT_EQ(second.SendTo(buffer, Loopback(port)), -1);
+    EXPECT_EQ(second.ReceiveFrom(buffer, from, 1), -1);
+    receiver.Close();
+    receiver.Close();
+    EXPECT_TRUE(second.Create(port));
+}
+
+TEST_F(SocketTest, WaitEndsWithTheDatagramOrTheTime) {
+    std::thread late([this] {
+        Sleep(20);
+        Send(7);
+    });
+    EXPECT_EQ(Receive(10'000), 7);
+    late.join();
+    const uint32_t start = GetTickCount();
+    EXPECT_EQ(Receive(20), -1);
+    EXPECT_GE(GetTickCount() - start, 19U);
+}
+
+TEST(DescriptorTest, StaysAboveTheStandardThree) {
+    const int saved = dup(STDIN_FILENO);
+    close(STDIN_FILENO);
+    CAsyncSocket socket;
+    EXPECT_TRUE(socket.Create(FreePort()));
+    EXPECT_EQ(fcntl(STDIN_FILENO, F_GETFD), -1);
+    dup2(saved, STDIN_FILENO);
+    close(saved);
+}
+
+TEST(ThreadTest, BlocksTheHostsSignals) {
+    sigset_t seen;
+    sigemptyset(&seen);
+    const auto thread = AfxBeginThread(
+        [](void* set) -> unsigned {
+            pthread_sigmask(SIG_BLOCK, nullptr, static_cast<sigset_t*>(set));
+            return 0;
+        },
+        &seen);
+    ASSERT_TRUE(thread);
+    thread->Join();
+    EXPECT_TRUE(sigismember(&seen, SIGINT));
+    EXPECT_TRUE(sigismember(&seen, SIGPROF));
+}
+
+TEST(AddressTest, TextAndNumber) {
+    EXPECT_EQ(inet_ntoa(inet_addr("10.2.3.4")), "10.2.3.4");
+    EXPECT_EQ(inet_addr("no address"), 0xFFFFFFFF);
+    EXPECT_EQ(inet_addr(""), 0xFFFFFFFF);
+}
+
+}  // namespace
+}  // namespace brenholt

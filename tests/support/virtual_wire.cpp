@@ -1,0 +1,109 @@
+#include "tests/support/virtual_wire.h"
+
+#include <algorithm>
+
+#include "platform/address.h"
+#include "platform/clock.h"
+#include "platform/socket.h"
+
+namespace brenholt {
+
+VirtualWire& VirtualWire::Get() {
+    static VirtualWire wire;
+    return wire;
+}
+
+void VirtualWire::Reset(uint64_t tickMs) {
+    m_nowUs = tickMs * 1000;
+    m_events = {};
+    m_queues.clear();
+    onSend = nullptr;
+}
+
+void VirtualWire::Arrive(uint64_t delayUs, WireDatagram datagram) {
+    At(delayUs, [this, datagram = std::move(datagram)] { m_queues[datagram.localPort].push(datagram); });
+}
+
+void VirtualWire::At(uint64_t delayUs, std::function<void()> event) {
+    m_events.push({m_nowUs + delayUs, m_order++, std::move(event)});
+}
+
+void VirtualWire::Advance(uint64_t us) {
+    const uint64_t until = m_nowUs + us;
+    while (!m_events.empty() && m_events.top().dueUs <= until) {
+        const Event event = m_events.top();
+        m_events.pop();
+        m_nowUs = std::max(m_nowUs, event.dueUs);
+        event.run();
+    }
+    m_nowUs = std::max(m_nowUs, until);
+}
+
+size_t VirtualWire::Waiting(uint16_t localPort) const {
+    const auto queue = m_queues.find(localPort);
+    return queue != m_queues.end() ? queue->second.size() : 0;
+}
+
+uint32_t GetTickCount() { return static_cast<uint32_t>(VirtualWire::Get().NowUs() / 1000); }
+
+void Sleep(uint32_t milliseconds) { VirtualWire::Get().Advance(uint64_t{milliseconds} * 1000); }
+
+bool CAsyncSocket::Create(uint16_t port) { return Create(port, {}); }
+
+bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter>) {
+    VirtualWire::Get().m_ports[this] = port;
+    return true;
+}
+
+void CAsyncSocket::Close() { VirtualWire::Get().m_ports.erase(this); }
+
+int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
+    VirtualWire& wire = VirtualWire::Get();
+    from = {};
+    const auto port = wire.m_ports.find(this);
+    if (port == wire.m_ports.end()) {
+        return -1;
+    }
+    auto& queue = wire.m_queues[port->second];
+    if (queue.empty()) {
+        return -1;
+    }
+    const WireDatagram datagram = std::move(queue.front());
+    queue.pop();
+    if (datagram.bytes.size() > buffer.size()) {
+        return -1;
+    }
+    std::copy(datagram.bytes.begin(), datagram.bytes.end(), buffer.begin());
+    from.sin_family = AF_INET;
+    from.sin_addr.s_addr = inet_addr(datagram.peer);
+    from.sin_port = htons(datagram.peerPort);
+    return static_cast<int>(datagram.bytes.size());
+}
+
+int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitMs) {
+    VirtualWire& wire = VirtualWire::Get();
+    wire.Advance(0);
+    int n = TakeDatagram(buffer, from);
+    const uint64_t until = wire.m_nowUs + uint64_t{waitMs} * 1000;
+    while (n < 0 && wire.m_nowUs < until) {
+        const uint64_t next = wire.m_events.empty() ? until : wire.m_events.top().dueUs;
+        wire.Advance(std::min(next, until) - wire.m_nowUs);
+        n = TakeDatagram(buffer, from);
+    }
+    return n;
+}
+
+int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
+    VirtualWire& wire = VirtualWire::Get();
+    const auto port = wire.m_ports.find(this);
+    if (port == wire.m_ports.end()) {
+        return -1;
+    }
+    if (wire.onSend) {
+        wire.onSend({inet_ntoa(to.sin_addr.s_addr), ntohs(to.sin_port), port->second,
+                     std::string(data.begin(), data.end())});
+    }
+    return static_cast<int>(data.size());
+}
+
+}  // namespace brenholt

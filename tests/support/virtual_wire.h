@@ -1,0 +1,66 @@
+// A clock and a wire that a test owns: link this library in the place of brenholt_wire. Everything
+// happens on one thread, in the order of virtual time, the same on each run.
+#ifndef BRENHOLT_TESTS_SUPPORT_VIRTUAL_WIRE_H
+#define BRENHOLT_TESTS_SUPPORT_VIRTUAL_WIRE_H
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <queue>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace brenholt {
+
+class CAsyncSocket;
+
+// A datagram between the module and the world; addresses in dotted text.
+struct WireDatagram {
+    std::string peer;       // source when it arrives, destination when the module sends
+    uint16_t peerPort = 0;  // likewise
+    uint16_t localPort = 0; // the module's port
+    std::string bytes;
+};
+
+class VirtualWire {
+ public:
+    static VirtualWire& Get();
+
+    // An empty wire at `tickMs`, with nobody listening to what is sent.
+    void Reset(uint64_t tickMs = 1'000'000);
+
+    uint64_t NowUs() const { return m_nowUs; }
+    // Called for each datagram that the module sends.
+    std::function<void(const WireDatagram&)> onSend;
+    // Puts a datagram into the receive queue of its local port, `delayUs` from now.
+    void Arrive(uint64_t delayUs, WireDatagram datagram);
+    // Runs `event` when the clock passes the time, `delayUs` from now.
+    void At(uint64_t delayUs, std::function<void()> event);
+    // Lets time pass.
+    void Advance(uint64_t us);
+
+    // What stands unread in the queue of a port.
+    size_t Waiting(uint16_t localPort) const;
+
+ private:
+    friend class CAsyncSocket;
+    struct Event {
+        uint64_t dueUs;
+        uint64_t order;
+        std::function<void()> run;
+        bool operator>(const Event& other) const {
+            return dueUs != other.dueUs ? dueUs > other.dueUs : order > other.order;
+        }
+    };
+
+    uint64_t m_nowUs = 0;
+    uint64_t m_order = 0;
+    std::priority_queue<Event, std::vector<Event>, std::greater<>> m_events;
+    std::map<uint16_t, std::queue<WireDatagram>> m_queues;
+    std::map<const CAsyncSocket*, uint16_t> m_ports;
+};
+
+}  // namespace brenholt
+
+#endif
