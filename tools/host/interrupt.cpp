@@ -1,0 +1,88 @@
+#include "tools/host/interrupt.h"
+
+#include <poll.h>
+#include <signal.h>
+#include <sys/eventfd.h>
+#include <sys/signalfd.h>
+#include <unistd.h>
+
+#include <array>
+#include <cerrno>
+#include <system_error>
+#include <utility>
+
+#include "tools/host/failure.h"
+
+namespace host {
+namespace {
+
+constexpr int kRepeatMs = 10;
+
+int Checked(int fd) {
+    if (fd < 0) {
+        throw std::system_error(errno, std::system_category());
+    }
+    return fd;
+}
+
+}  // namespace
+
+Interrupt::Interrupt() : wake_(Checked(eventfd(0, EFD_CLOEXEC))) {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGINT);
+    sigaddset(&signals, SIGTERM);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+    thread_ = std::thread(&Interrupt::Watch, this, Checked(signalfd(-1, &signals, SFD_CLOEXEC)));
+}
+
+Interrupt::~Interrupt() {
+    eventfd_write(wake_, 1);
+    thread_.join();
+    close(wake_);
+}
+
+void Interrupt::Watch(int signals) {
+    std::array<pollfd, 2> waits = {{{signals, POLLIN, 0}, {wake_, POLLIN, 0}}};
+    while (waits[1].revents == 0) {
+        poll(waits.data(), waits.size(), raised() ? kRepeatMs : -1);
+        const std::lock_guard lock(mutex_);
+        if (waits[0].revents != 0) {
+            signalfd_siginfo taken;
+            if (read(signals, &taken, sizeof taken) != sizeof taken) {
+                continue;
+            }
+            if (raised_ || exitAtOnce_) {
+                _exit(static_cast<int>(ExitCode::Cancelled));
+            }
+            raised_ = true;
+            changed_.notify_all();
+        }
+        if (raised_ && action_) {
+            action_();
+        }
+    }
+    close(signals);
+}
+
+bool Interrupt::raised() const {
+    const std::lock_guard lock(mutex_);
+    return raised_;
+}
+
+bool Interrupt::WaitUntil(Clock::time_point time) const {
+    std::unique_lock lock(mutex_);
+    return changed_.wait_until(lock, time, [this] { return raised_; });
+}
+
+void Interrupt::SetAction(std::function<void()> action) {
+    const std::lock_guard lock(mutex_);
+    action_ = std::move(action);
+}
+
+void Interrupt::SetExitAtOnce(bool on) {
+    const std::lock_guard lock(mutex_);
+    exitAtOnce_ = on;
+}
+
+}  // namespace host

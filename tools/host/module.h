@@ -1,0 +1,27 @@
+// The module, loaded while an object of this class lives.
+#ifndef BRENHOLT_TOOLS_HOST_MODULE_H
+#define BRENHOLT_TOOLS_HOST_MODULE_H
+
+#include <brenholt/brenholt.h>
+
+#include <memory>
+#include <string>
+
+namespace host {
+
+class Module {
+ public:
+    // Loads the file `path`; if that is empty, brenholt.so beside this program, else the installed
+    // one. Throws Failure(NoLink) when it cannot be loaded or has no table.
+    explicit Module(const std::string& path);
+
+    const BrenholtTable& table() const { return *table_; }
+
+ private:
+    std::unique_ptr<void, int (*)(void*)> handle_;
+    const BrenholtTable* table_ = nullptr;
+};
+
+}  // namespace host
+
+#endif
