@@ -88,7 +88,7 @@ void DefineGlobals(CLI::App& app, Options& options) {
         ->capture_default_str()
         ->check(CLI::Range(1, 600'000, ""));
     auto* posted =
-        app.add_flag("--posted", std::string("Post commands to the module's worker (the default)"));
+        app.add_flag("--posted")->description("Post commands to the module's worker (the default)");
     app.add_flag("--direct", options.direct,
                  "Run commands on the program's own thread, without progress")
         ->excludes(posted);
