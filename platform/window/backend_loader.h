@@ -1,0 +1,18 @@
+// Where the framework finds its window backend.
+#ifndef BRENHOLT_PLATFORM_WINDOW_BACKEND_LOADER_H
+#define BRENHOLT_PLATFORM_WINDOW_BACKEND_LOADER_H
+
+#include "platform/window/backend.h"
+
+namespace brenholt {
+
+// The backend, opened from the module's own folder at the first call; null when it is not there or
+// is of another build. Any thread.
+WindowBackend* GetWindowBackend();
+
+// Puts `backend` in its place, for tests; null brings the usual search back.
+void SetWindowBackend(WindowBackend* backend);
+
+}  // namespace brenholt
+
+#endif
