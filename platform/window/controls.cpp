@@ -46,8 +46,11 @@ void CListCtrl::DeleteItem(int row) {
 }
 
 void CListCtrl::DeleteAllItems() {
-    m_rows.clear();
-    m_view->DeleteAllItems();
+    // Rows mean that the control is there: a dialog that could not bind it may still clean up.
+    if (!m_rows.empty()) {
+        m_rows.clear();
+        m_view->DeleteAllItems();
+    }
 }
 
 int CListCtrl::GetNextSelectedItem(POSITION& position) const {
