@@ -64,8 +64,8 @@ struct FaultSettings {
 };
 
 // Reads "lose=0.05,delay=0.01:300ms,seed=7": names as FaultName gives them, a probability, and for
-// the faults that have one a span with its unit (us, ms, s). Throws std::invalid_argument with a
-// message for people.
+// silence, stall, double and delay a span with its unit (us, ms, s). Throws std::invalid_argument
+// with a message for people.
 FaultSettings ParseFaults(std::string_view text);
 // Reads "300ms"; throws std::invalid_argument.
 Time ParseSpan(std::string_view text);
@@ -85,6 +85,8 @@ class FaultPlan {
 
     // Judges a request that arrives at `now`; the set is empty or says why it is not heard.
     FaultSet Arrive(Time now);
+    // Whether a silence holds: beacons are not sent either.
+    bool Silent(Time now) const { return now < silent_until_; }
     // Sends one reply at `now`: appends to `out` what goes on the wire and when, and gives the
     // faults that befell it. With Lose or Silence in it nothing of this reply is sent.
     FaultSet Apply(Time now, Reply reply, std::vector<Outgoing>& out);
@@ -93,6 +95,7 @@ class FaultPlan {
     bool Strikes(Fault fault);
     std::uint64_t Below(std::uint64_t bound);
     void Damage(Outgoing& outgoing);
+    void Emit(Outgoing outgoing, std::vector<Outgoing>& out);
 
     FaultSettings settings_;
     bool active_ = false;

@@ -30,7 +30,8 @@ class FileUpload {
 
  private:
     bool Begin(const Storage& storage, const Request& request);
-    bool Append(const Storage& storage, const Request& request);
+    bool Continue(const Storage& storage, const Request& request);
+    bool Append(const Storage& storage, ByteView data);
 
     bool running_ = false;
     char digit_ = kFirstDigit;

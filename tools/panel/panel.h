@@ -95,7 +95,7 @@ class Panel {
     Session& SessionOf(const Endpoint& host);
     void Dispatch(Session& session, const Request& request, ByteView datagram, Bytes& reply);
     bool Decide(const Request& request) const;
-    void TakeBlock(Session& session, const Request& request, ByteView datagram, Bytes& reply);
+    bool TakeBlock(Session& session, const Request& request, ByteView datagram);
     std::string IdentityText() const;
     std::string VersionText() const;
 

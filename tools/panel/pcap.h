@@ -26,6 +26,7 @@ class PcapWriter {
         void operator()(std::FILE* file) const { std::fclose(file); }
     };
     void Put(ByteView bytes);
+    void Flush();
 
     std::unique_ptr<std::FILE, Closer> file_;
     std::chrono::system_clock::time_point start_;

@@ -6,55 +6,26 @@
 #ifndef BRENHOLT_TOOLS_PANEL_SERVER_H
 #define BRENHOLT_TOOLS_PANEL_SERVER_H
 
+#include <poll.h>
+
 #include <chrono>
+#include <cstddef>
 #include <deque>
-#include <filesystem>
-#include <functional>
 #include <memory>
 #include <mutex>
-#include <optional>
-#include <stdexcept>
-#include <string>
 #include <thread>
 #include <vector>
 
+#include "tools/panel/descriptor.h"
 #include "tools/panel/endpoint.h"
 #include "tools/panel/fault_plan.h"
 #include "tools/panel/log.h"
 #include "tools/panel/panel.h"
+#include "tools/panel/settings.h"
 
 namespace tavrin {
 
-struct BeaconSettings {
-    bool enabled = true;
-    Time interval = std::chrono::seconds(1);
-    // What is sent: these bytes as they are, else a beacon with the descriptor of the identity.
-    std::optional<Bytes> raw;
-    Endpoint host{0x7F000001, kBeaconPort};  // may be a broadcast address
-};
-
-struct PanelSettings {
-    std::string address;  // dotted decimal
-    std::filesystem::path root;
-    Identity identity;
-    BeaconSettings beacon;
-    FaultSettings faults;
-    Panel::Hook hook;
-    std::function<void(const MemoryBlock&)> block_observer;  // called on the server's thread
-};
-
-struct ServerSettings {
-    std::size_t log_entries = 10000;  // how many datagrams the log keeps
-    // How long to look for the next request before going to sleep: costs a core, saves a wake-up.
-    Time spin{0};
-    std::function<void(const LogEntry&)> observer;  // called on the server's thread
-};
-
-// Panels cannot be started; the message names the address and the port.
-class ServerError : public std::runtime_error {
- public:
-    using std::runtime_error::runtime_error;
-};
+struct Unit;
 
 class Server {
  public:
@@ -81,30 +52,41 @@ class Server {
     Log& log() { return log_; }
 
  private:
-    struct Unit;
-    struct Pending;
+    struct Pending {
+        Outgoing outgoing;
+        std::size_t panel;
+        Endpoint host;
+    };
 
     Time Now() const;
-    void Run();
     void Wake();
-    bool ReceiveReady();
-    bool ReceiveOne(std::size_t index);
+    bool Recording() const;
+    void Record(std::size_t index, Event event, const Endpoint& source, const Endpoint& destination,
+                ByteView bytes, FaultSet faults = {});
+    void Close();
+
+    // On the server's thread. Those that say so take the lock; the others are called with it held.
+    void Run();
+    bool Prepare(std::vector<pollfd>& sockets, Time& wait);  // locks; false at the end
+    bool Spin(Time limit);                                   // locks
+    bool ReceiveOne(std::size_t index);                      // locks
     void Answer(std::size_t index, const Endpoint& host, ByteView datagram);
-    void Send(std::size_t index, const Endpoint& host, Outgoing outgoing);
+    void Dispatch(std::size_t index, const Endpoint& host, Outgoing outgoing);
+    void Send(std::size_t index, const Endpoint& host, const Outgoing& outgoing);
     void SendDue(Time now);
     void Beacon(std::size_t index);
-    Time NextDue() const;
-    void Record(LogEntry entry);
-    bool Recording() const;
 
     const std::chrono::steady_clock::time_point start_;
-    ServerSettings settings_;
+    const ServerSettings settings_;
     Log log_;
     Descriptor wake_;
-    mutable std::mutex mutex_;  // guards the units and what waits to be sent
+    mutable std::mutex mutex_;  // guards all below but the thread
     std::vector<std::unique_ptr<Unit>> units_;
-    std::vector<Pending> pending_;
+    std::deque<Pending> pending_;  // by the time when it is due
     bool stop_ = false;
+    Bytes buffer_;
+    Replies replies_;
+    std::vector<Outgoing> outgoing_;
     std::thread thread_;
 };
 

@@ -1,0 +1,136 @@
+#include "tools/panel/fault_plan.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace tavrin {
+namespace {
+
+constexpr std::array<std::string_view, kFaultCount> kNames = {
+    "lose-request", "silence", "stall", "lose", "double",
+    "delay",        "reorder", "port",  "cut",  "garble"};
+constexpr std::uint64_t kMostGarbled = 4;
+
+}  // namespace
+
+std::string_view FaultName(Fault fault) {
+    return kNames[static_cast<std::size_t>(fault)];
+}
+
+std::string FaultSet::Text() const {
+    std::string text;
+    for (std::size_t i = 0; i < kFaultCount; ++i) {
+        if (Has(static_cast<Fault>(i))) {
+            text.append(text.empty() ? "" : "+").append(kNames[i]);
+        }
+    }
+    return text;
+}
+
+FaultPlan::FaultPlan(const FaultSettings& settings)
+    : settings_(settings),
+      active_(std::ranges::any_of(settings.rates,
+                                  [](const FaultRate& rate) { return rate.probability > 0; })),
+      random_(settings.seed) {
+}
+
+// Every fault draws each time, so that changing one rate leaves the others' pattern as it was.
+bool FaultPlan::Strikes(Fault fault) {
+    constexpr double kUnit = 1.0 / (std::uint64_t{1} << 53);
+    return static_cast<double>(random_() >> 11) * kUnit < settings_[fault].probability;
+}
+
+std::uint64_t FaultPlan::Below(std::uint64_t bound) {
+    return random_() % bound;
+}
+
+FaultSet FaultPlan::Arrive(Time now) {
+    FaultSet faults;
+    if (!active_) {
+        return faults;
+    }
+    const bool lost = Strikes(Fault::LoseRequest);
+    const bool silenced = Strikes(Fault::Silence);
+    const bool stalled = Strikes(Fault::Stall);
+    if (silenced && !Silent(now)) {
+        const Time span = settings_[Fault::Silence].span;
+        silent_until_ = span == Time{0} ? Time::max() : now + span;
+    }
+    if (stalled && now >= stalled_until_) {
+        stalled_until_ = now + settings_[Fault::Stall].span;
+    }
+    if (lost) {
+        faults.Add(Fault::LoseRequest);
+    }
+    if (Silent(now)) {
+        faults.Add(Fault::Silence);
+    }
+    return faults;
+}
+
+FaultSet FaultPlan::Apply(Time now, Reply reply, std::vector<Outgoing>& out) {
+    Outgoing outgoing{std::move(reply.bytes), now + reply.delay, reply.other_port, {}};
+    FaultSet& faults = outgoing.faults;
+    if (!active_) {
+        out.push_back(std::move(outgoing));
+        return {};
+    }
+    for (std::size_t i = static_cast<std::size_t>(Fault::Lose); i < kFaultCount; ++i) {
+        if (Strikes(static_cast<Fault>(i))) {
+            faults.Add(static_cast<Fault>(i));
+        }
+    }
+    if (Silent(now)) {
+        faults.Add(Fault::Silence);
+    }
+    if (faults.Has(Fault::Lose) || faults.Has(Fault::Silence)) {
+        return faults;
+    }
+    if (outgoing.due < stalled_until_) {
+        outgoing.due = stalled_until_;
+        faults.Add(Fault::Stall);
+    }
+    Damage(outgoing);
+    const FaultSet result = faults;
+    Emit(std::move(outgoing), out);
+    return result;
+}
+
+void FaultPlan::Damage(Outgoing& outgoing) {
+    const FaultSet& faults = outgoing.faults;
+    if (faults.Has(Fault::Delay)) {
+        outgoing.due += settings_[Fault::Delay].span;
+    }
+    if (faults.Has(Fault::Port)) {
+        outgoing.other_port = true;
+    }
+    if (faults.Has(Fault::Cut) && !outgoing.bytes.empty()) {
+        outgoing.bytes.resize(Below(outgoing.bytes.size()));
+    }
+    if (faults.Has(Fault::Garble) && !outgoing.bytes.empty()) {
+        for (std::uint64_t left = 1 + Below(kMostGarbled); left > 0; --left) {
+            outgoing.bytes[Below(outgoing.bytes.size())] ^=
+                static_cast<std::uint8_t>(1 + Below(255));
+        }
+    }
+}
+
+void FaultPlan::Emit(Outgoing outgoing, std::vector<Outgoing>& out) {
+    if (outgoing.faults.Has(Fault::Double)) {
+        Outgoing twin = outgoing;
+        twin.due += settings_[Fault::Double].span;
+        out.push_back(std::move(twin));
+    }
+    if (outgoing.faults.Has(Fault::Reorder) && !held_) {
+        held_ = std::move(outgoing);
+        return;
+    }
+    const Time due = outgoing.due;
+    out.push_back(std::move(outgoing));
+    if (held_) {
+        held_->due = due;
+        out.push_back(std::move(*std::exchange(held_, std::nullopt)));
+    }
+}
+
+}  // namespace tavrin

@@ -1,0 +1,30 @@
+// The command line of tavrin-panel.
+#ifndef BRENHOLT_TOOLS_PANEL_OPTIONS_H
+#define BRENHOLT_TOOLS_PANEL_OPTIONS_H
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tools/panel/settings.h"
+
+namespace tavrin {
+
+struct Options {
+    std::vector<PanelSettings> panels;
+    Time spin{0};
+    std::string pcap;  // empty: none
+    bool log = false;
+    bool quiet = false;
+};
+
+// Reads the command line. Nothing when the program is to end with `exit_code`: help was asked for,
+// or something is wrong; either has been said already.
+std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit_code);
+
+// Reads "ADDRESS=FOLDER[:PROJECT[:ARM|X86[:VERSION]]]"; throws std::invalid_argument.
+PanelSettings ParsePanel(const std::string& text);
+
+}  // namespace tavrin
+
+#endif

@@ -1,0 +1,150 @@
+#include "tools/panel/panel.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+namespace tavrin {
+namespace {
+
+constexpr std::string_view kAck = "ACK";
+constexpr std::string_view kNak = "NAK";
+
+void Say(Bytes& reply, std::string_view text) {
+    reply.assign(text.begin(), text.end());
+}
+
+}  // namespace
+
+Panel::Panel(const std::filesystem::path& root, Identity identity)
+    : storage_(root), identity_(std::move(identity)) {
+}
+
+void Panel::SetBlockObserver(std::function<void(const MemoryBlock&)> observer) {
+    block_observer_ = std::move(observer);
+}
+
+void Panel::Receive(const Endpoint& host, ByteView datagram, Replies& replies) {
+    replies.clear();
+    if (hook_ && hook_(*this, host, datagram, replies)) {
+        return;
+    }
+    Reply reply;
+    if (Answer(host, datagram, reply.bytes)) {
+        replies.push_back(std::move(reply));
+    }
+}
+
+bool Panel::Answer(const Endpoint& host, ByteView datagram, Bytes& reply) {
+    if (!HasRequestPrefix(datagram)) {
+        return false;
+    }
+    Session& session = SessionOf(host);
+    const auto request = ParseRequest(datagram);
+    if (!request) {
+        Say(reply, kNak);
+        return true;
+    }
+    if (request->command != Command::ML) {
+        session.block.EndRepetition();
+    }
+    Dispatch(session, *request, datagram, reply);
+    return true;
+}
+
+Panel::Session& Panel::SessionOf(const Endpoint& host) {
+    auto found = std::find_if(sessions_.begin(), sessions_.end(),
+                              [&](const Session& session) { return session.ip == host.ip; });
+    if (found == sessions_.end()) {
+        if (sessions_.size() == kMaxHosts) {
+            sessions_.erase(std::min_element(
+                sessions_.begin(), sessions_.end(),
+                [](const Session& a, const Session& b) { return a.last_used < b.last_used; }));
+        }
+        found = sessions_.emplace(sessions_.end());
+        found->ip = host.ip;
+    }
+    found->last_used = ++requests_;
+    return *found;
+}
+
+void Panel::Dispatch(Session& session, const Request& request, ByteView datagram, Bytes& reply) {
+    switch (request.command) {
+        case Command::VS:
+            Say(reply, VersionText());
+            return;
+        case Command::IP:
+            Say(reply, IdentityText());
+            return;
+        case Command::DR:
+            if (const Bytes* const page = session.listing.Page(storage_, request)) {
+                reply = *page;
+            } else {
+                Say(reply, kNak);
+            }
+            return;
+        case Command::UP:
+            if (!session.fetch.Read(storage_, request, reply)) {
+                Say(reply, kNak);
+            }
+            return;
+        case Command::DL: {
+            const bool taken = session.upload.Take(storage_, request, datagram);
+            Say(reply, taken ? kAck : kNak);
+            if (taken) {
+                reply.push_back(static_cast<std::uint8_t>(request.digit));
+            }
+            return;
+        }
+        case Command::ML:
+            Say(reply, TakeBlock(session, request, datagram) ? kAck : kNak);
+            return;
+        default:
+            Say(reply, Decide(request) ? kAck : kNak);
+    }
+}
+
+bool Panel::Decide(const Request& request) const {
+    switch (request.command) {
+        case Command::RM:
+            return storage_.RemoveFile(request.text);
+        case Command::MD:
+            return storage_.MakeFolder(request.text);
+        case Command::FF:
+            return storage_.KindOf(request.text) == Kind::File;
+        case Command::FD:
+            return storage_.KindOf(request.text) == Kind::Folder;
+        default:  // TM, EX and CL ask for no more than a sign of life
+            return true;
+    }
+}
+
+bool Panel::TakeBlock(Session& session, const Request& request, ByteView datagram) {
+    const BlockUpload::Outcome outcome = session.block.Take(request, datagram);
+    if (outcome == BlockUpload::Outcome::Complete) {
+        blocks_.push_back(session.block.TakeBlock());
+        if (blocks_.size() > kKeptBlocks) {
+            blocks_.pop_front();
+        }
+        if (block_observer_) {
+            block_observer_(blocks_.back());
+        }
+    }
+    return outcome != BlockUpload::Outcome::Refused;
+}
+
+std::string Panel::IdentityText() const {
+    std::array<char, 16> version{};
+    std::snprintf(version.data(), version.size(), ":%04d:", identity_.version);
+    return "IP:" + identity_.cpu + version.data() + identity_.project;
+}
+
+std::string Panel::VersionText() const {
+    std::array<char, 16> text{};
+    const auto& words = identity_.words;
+    std::snprintf(text.data(), text.size(), "ACK%04X%04X%04X", unsigned{words[0]},
+                  unsigned{words[1]}, unsigned{words[2]});
+    return text.data();
+}
+
+}  // namespace tavrin

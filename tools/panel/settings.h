@@ -1,0 +1,54 @@
+// What a server of simulated panels is told at its start.
+#ifndef BRENHOLT_TOOLS_PANEL_SETTINGS_H
+#define BRENHOLT_TOOLS_PANEL_SETTINGS_H
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <stdexcept>
+#include <string>
+
+#include "tools/panel/endpoint.h"
+#include "tools/panel/fault_plan.h"
+#include "tools/panel/log.h"
+#include "tools/panel/panel.h"
+
+namespace tavrin {
+
+struct BeaconSettings {
+    bool enabled = true;
+    Time interval = std::chrono::seconds(1);
+    // What is sent: these bytes as they are, else a beacon with the descriptor of the identity.
+    std::optional<Bytes> raw;
+    Endpoint host{0x7F000001, kBeaconPort};  // may be a broadcast address
+};
+
+// The hook and the observers run on the server's thread and under its lock: they must not call the
+// server, and they must not throw. The log may be used.
+struct PanelSettings {
+    std::string address;  // dotted decimal
+    std::filesystem::path root;
+    Identity identity;
+    BeaconSettings beacon;
+    FaultSettings faults;
+    Panel::Hook hook;
+    std::function<void(const MemoryBlock&)> block_observer;
+};
+
+struct ServerSettings {
+    std::size_t log_entries = 10000;  // how many datagrams the log keeps
+    // How long to look for the next request before going to sleep: costs a core, saves a wake-up.
+    Time spin{0};
+    std::function<void(const LogEntry&)> observer;
+};
+
+// Panels cannot be started; the message names the address and the port, or the folder.
+class ServerError : public std::runtime_error {
+ public:
+    using std::runtime_error::runtime_error;
+};
+
+}  // namespace tavrin
+
+#endif
