@@ -8,8 +8,10 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <functional>
 
 #include "commands/file_record.h"
+#include "commands/guarded_judge.h"
 #include "commands/reply_words.h"
 #include "commands/transfer_block.h"
 #include "link/command_run.h"
@@ -23,6 +25,7 @@ namespace {
 constexpr size_t kOffsetAt = 6;
 constexpr size_t kOffsetDigits = 8;
 constexpr size_t kTimeAt = 9;
+constexpr size_t kTimeSize = 8;
 constexpr size_t kHeadSize = 37;
 constexpr char16_t kLastPacket = u'0';
 constexpr ExchangeRules kRules{kPaceGently, kPaceSteeply, false};
@@ -91,6 +94,46 @@ class Staging {
     size_t m_staged = 0;
 };
 
+// Reads data packets; the last one read stands in Packet.
+class PacketJudge final : public GuardedJudge {
+ public:
+    using GuardedJudge::GuardedJudge;
+
+    const Reply& Packet() const { return m_packet; }
+    std::span<const uint8_t> PacketData() const { return Data(m_packet); }
+
+    // The parts that are read: marker, time, data.
+    uint64_t Key(const Reply& reply) const override {
+        const std::string_view bytes(reinterpret_cast<const char*>(reply.Datagram().data()),
+                                     reply.Datagram().size());
+        if (bytes.size() < kHeadSize) {
+            return Judge::Key(reply);
+        }
+        const std::hash<std::string_view> hash;
+        return hash(bytes.substr(kHeadSize)) * 31 + hash(bytes.substr(kTimeAt, kTimeSize)) * 7 +
+               static_cast<unsigned char>(bytes[kMarkerPosition]);
+    }
+
+ protected:
+    Verdict Read(const Reply& reply) override {
+        if (IsNoCase(reply, kNak)) {
+            return Verdict::Failed;
+        }
+        if (reply.Datagram().size() < kHeadSize) {
+            return Verdict::Again;
+        }
+        m_packet = reply;
+        return reply.Marker() ? Verdict::Done : Verdict::Unread;
+    }
+    std::span<const uint8_t> Data(const Reply& reply) const override {
+        const std::span<const uint8_t> bytes = reply.Datagram();
+        return bytes.subspan(std::min(kHeadSize, bytes.size()));
+    }
+
+ private:
+    Reply m_packet;
+};
+
 }  // namespace
 
 bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<const uint8_t> data,
@@ -134,17 +177,10 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
     if (!file || !staging) {
         return false;
     }
-    Reply packet;
-    ReplyJudge judge([&packet](const Reply& reply) {
-        if (IsNoCase(reply, kNak)) {
-            return Verdict::Failed;
-        }
-        if (reply.Datagram().size() < kHeadSize) {
-            return Verdict::Again;
-        }
-        packet = reply;
-        return reply.Marker() ? Verdict::Done : Verdict::Unread;
-    });
+    PacketJudge judge(*this);
+    if (!judge.AwaitUnseen()) {
+        return false;
+    }
     uint32_t offset = 0;
     int emptyPackets = 0;
     for (bool last = false; !last;) {
@@ -154,8 +190,8 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
         if (Exchange(header, kRules, judge) != Outcome::Done) {
             return false;
         }
-        const std::span<const uint8_t> data = packet.Datagram().subspan(kHeadSize);
-        last = packet.Marker() == kLastPacket;
+        const std::span<const uint8_t> data = judge.PacketData();
+        last = judge.Packet().Marker() == kLastPacket;
         emptyPackets = data.empty() ? emptyPackets + 1 : 0;
         const bool wraps = offset + data.size() > UINT32_MAX;
         if (wraps || emptyPackets > kMaxEmptyPackets || !staging.Add(data) || (!last && Interrupted())) {
@@ -163,8 +199,8 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
         }
         offset += static_cast<uint32_t>(data.size());
     }
-    const FILETIME time = ReadTime(packet.Datagram().subspan<kTimeAt, 8>());
-    return staging.Flush() && file.Become(name, time) && !Interrupted();
+    const FILETIME time = ReadTime(judge.Packet().Datagram().subspan<kTimeAt, kTimeSize>());
+    return judge.EndsInStep() && staging.Flush() && file.Become(name, time) && !Interrupted();
 }
 
 }  // namespace brenholt

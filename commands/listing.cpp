@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "commands/file_record.h"
+#include "commands/guarded_judge.h"
 #include "commands/listing.h"
 #include "commands/reply_words.h"
 #include "link/command_run.h"
@@ -46,6 +47,23 @@ std::optional<Page> ReadPage(const Reply& reply) {
                 RecordWalk(datagram.subspan(kRecordsAt))};
 }
 
+// The last page read stands in LastPage. Pages are never alike by nature: no data is told.
+class PageJudge final : public GuardedJudge {
+ public:
+    using GuardedJudge::GuardedJudge;
+    const Reply& LastPage() const { return m_page; }
+
+ protected:
+    Verdict Read(const Reply& reply) override {
+        m_page = reply;
+        return IsNoCase(reply, kNak) ? Verdict::Failed : Verdict::Done;
+    }
+    std::span<const uint8_t> Data(const Reply&) const override { return {}; }
+
+ private:
+    Reply m_page;
+};
+
 // Whether every record lies inside the page. What there is no room for is dropped.
 bool TakeRecords(Page& page, int maxEntries, PanelDirEntry* entries, Listing& listing) {
     for (int i = 0; i < page.records; ++i) {
@@ -67,17 +85,17 @@ bool TakeRecords(Page& page, int maxEntries, PanelDirEntry* entries, Listing& li
 Listing CTvUdp::ListFolder(int maxEntries, PanelDirEntry* entries) {
     Listing listing;
     int idlePages = 0;
-    Reply reply;
-    ReplyJudge judge([&reply](const Reply& page) {
-        reply = page;
-        return IsNoCase(page, kNak) ? Verdict::Failed : Verdict::Done;
-    });
+    PageJudge judge(*this);
+    if (!judge.AwaitUnseen()) {
+        listing.end = Listing::Unanswered;
+        return listing;
+    }
     for (bool more = true; more;) {
         if (Exchange(-1, kRules, judge) != Outcome::Done || Interrupted()) {
             listing.end = Listing::Unanswered;
             return listing;
         }
-        std::optional<Page> page = ReadPage(reply);
+        std::optional<Page> page = ReadPage(judge.LastPage());
         if (!page) {
             listing.end = Listing::Malformed;
             return listing;

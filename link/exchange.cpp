@@ -5,7 +5,7 @@
 #include "link/exchange.h"
 
 #include <algorithm>
-#include <cstring>
+#include <functional>
 
 #include "link/tv_udp.h"
 #include "platform/clock.h"
@@ -14,6 +14,11 @@
 namespace brenholt {
 
 SharedWord g_bInRecv{0};
+
+uint64_t Judge::Key(const Reply& reply) const {
+    const std::span<const uint8_t> bytes = reply.Datagram();
+    return std::hash<std::string_view>{}({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
 
 namespace {
 
@@ -70,15 +75,14 @@ bool CTvUdp::SendPacket(int length) {
     return true;
 }
 
-int CTvUdp::RecvReply(Reply& reply, uint32_t start) {
+int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
     reply = Reply();
     const InRecv inRecv;
     while (m_bCancel == 0) {
         const uint32_t waited = GetTickCount() - start;
-        const auto timeout = static_cast<uint32_t>(m_nTimeoutMs.load());
         sockaddr_in from{};
         const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from,
-                                  waited <= timeout ? kWaitSliceMs : 0);
+                                  waited <= timeoutMs ? kWaitSliceMs : 0);
         if (n >= 0) {
             const Route target = m_strTargetIp.GetRoute();
             const bool fromTarget = target.answerable && from.sin_addr.s_addr == target.address;
@@ -94,7 +98,7 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start) {
                 return 0;
             }
         }
-        if (GetTickCount() - start > timeout) {
+        if (GetTickCount() - start > timeoutMs) {
             return 0;
         }
     }
@@ -102,6 +106,8 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start) {
 }
 
 Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
+    int unanswered = 0;
+    uint32_t start = GetTickCount();
     for (int attempt = 0; attempt < m_nRetries && !Interrupted();) {
         if (rules.paced) {
             Sleep(static_cast<uint32_t>(m_nPaceMs.load()));
@@ -109,19 +115,25 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
         if (!SendPacket(length)) {
             return Outcome::Failed;
         }
+        ++unanswered;
         judge.OnSend(attempt);
-        const uint32_t start = GetTickCount();
+        start = GetTickCount();
+        const auto timeout = static_cast<uint32_t>(m_nTimeoutMs.load());
         Reply reply;
         Verdict verdict = Verdict::Wait;
-        while (verdict == Verdict::Wait && RecvReply(reply, start) != 0) {
+        while (verdict == Verdict::Wait && RecvReply(reply, start, judge.WaitMs(start, timeout)) != 0) {
             verdict = judge.OnReply(reply);
         }
         PaceRule rule = rules.onAgain;
-        if (verdict == Verdict::Wait) {
-            verdict = Interrupted() ? Verdict::Again : judge.OnSilence();
+        if (verdict != Verdict::Wait) {
+            --unanswered;
+        } else {
             rule = rules.onSilence;
+            verdict = Interrupted() ? Verdict::Again : judge.OnSilence(reply);
+            unanswered -= verdict == Verdict::Again ? 0 : 1;
         }
         if (verdict == Verdict::Done || verdict == Verdict::Failed) {
+            NoteSettled(judge.Key(reply), unanswered, GetTickCount() - start);
             return verdict == Verdict::Done ? Outcome::Done : Outcome::Failed;
         }
         ++attempt;
@@ -129,8 +141,24 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
             RaisePace(rule);
         }
     }
+    if (unanswered > 0) {
+        m_stale.GivenUp(unanswered, start, StaleLifetimeMs());
+    }
     return Outcome::Failed;
 }
+
+void CTvUdp::NoteSettled(uint64_t key, int unanswered, uint32_t answerMs) {
+    constexpr uint32_t kPromptFactor = 4;
+    constexpr uint32_t kPromptSlackMs = 5;
+    if (unanswered <= 0) {
+        m_nAnswerMsX8 += answerMs - m_nAnswerMsX8 / 8;
+        return;
+    }
+    const bool prompt = answerMs <= kPromptFactor * AnswerMs() + kPromptSlackMs;
+    m_stale.Settled(key, unanswered, prompt, StaleLifetimeMs());
+}
+
+uint32_t CTvUdp::StaleLifetimeMs() const { return 3 * static_cast<uint32_t>(m_nTimeoutMs.load()); }
 
 void CTvUdp::RaisePace(PaceRule rule) {
     if (m_nPaceMs < rule.below) {

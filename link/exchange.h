@@ -44,9 +44,13 @@ class Judge {
     // The datagram goes out, for the `attempt`th time counted from 0.
     virtual void OnSend(int /*attempt*/) {}
     virtual Verdict OnReply(const Reply& reply) = 0;
-    // The attempt ended without an answer. Done takes it as settled all the same, Failed gives up, Again
-    // counts it as failed.
-    virtual Verdict OnSilence() { return Verdict::Again; }
+    // How long the attempt that began at tick `start` waits for a (further) reply, counted from its start.
+    virtual uint32_t WaitMs(uint32_t /*start*/, uint32_t timeoutMs) { return timeoutMs; }
+    // The attempt ended without an answer. Done or Failed settles it by a reply that was held back,
+    // given in `held`; Again counts it as failed.
+    virtual Verdict OnSilence(Reply& /*held*/) { return Verdict::Again; }
+    // What tells one reply from another.
+    virtual uint64_t Key(const Reply& reply) const;
 };
 
 // A judge that looks at replies only: any callable from Reply to Verdict.

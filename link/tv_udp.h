@@ -18,6 +18,7 @@
 #include "discovery/tv_ping.h"
 #include "link/exchange.h"
 #include "link/reply.h"
+#include "link/stale_replies.h"
 #include "link/target_address.h"
 #include "platform/socket.h"
 #include "platform/thread.h"
@@ -81,13 +82,15 @@ class CTvUdp : public CAsyncSocket {
     // that. False when there is nothing that could be sent (header or address text too long); a send
     // that fails on the network is not told.
     bool SendPacket(int length);
-    // Waits for one reply from the target until m_nTimeoutMs after `start` (a tick). 1 with the reply, 0
+    // Waits for one reply from the target until `timeoutMs` after `start` (a tick). 1 with the reply, 0
     // on timeout, cancel, a datagram from another port of the target, or an empty one from its port.
-    int RecvReply(Reply& reply, uint32_t start);
+    int RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs);
     // The loop of attempts that every command shares; see link/exchange.h.
     Outcome Exchange(int length, const ExchangeRules& rules, Judge& judge);
     // Whether the running command must end: cancelled, or the link stops since the command began.
     bool Interrupted() const { return m_bCancel != 0 || Stopping(); }
+    // How long the target takes to answer, in ms, averaged over exchanges without a resend.
+    uint32_t AnswerMs() const { return m_nAnswerMsX8 / 8; }
     bool Stopping() const { return m_bStop != 0 && m_bStopAtBegin == 0; }
 
     // ---- commands/ ---------------------------------------------------------------------------
@@ -164,6 +167,8 @@ class CTvUdp : public CAsyncSocket {
     SharedWord m_bBusy{0};
     SharedWord m_bCancel{0};
     SharedWord m_bStopAtBegin{1};  // m_bStop when the running command began
+    // The exchange's memory of replies that may still come; guarded transfers ask it.
+    StaleReplies m_stale;
     // Destroyed in the order user list, adapters, listener.
     CTvPing m_ping;
     std::list<std::unique_ptr<CEAdapterInfo>> m_listAdapters;
@@ -175,6 +180,8 @@ class CTvUdp : public CAsyncSocket {
     Head Enter(std::u16string_view token, int async, const char16_t* arg1, const char16_t* arg2 = nullptr,
                int nArg = 0, void* p1 = nullptr, void* p2 = nullptr, void* p3 = nullptr);
     void RaisePace(PaceRule rule);
+    void NoteSettled(uint64_t key, int unanswered, uint32_t answerMs);
+    uint32_t StaleLifetimeMs() const;
     // The steps of the composites: the slot holds the command, and the caller ends it.
     Listing ListFolder(int maxEntries, PanelDirEntry* entries);
     bool FetchFile(std::u16string_view remote, const CFolder& folder);
@@ -184,6 +191,7 @@ class CTvUdp : public CAsyncSocket {
     void Adopt(std::u16string_view ip, std::u16string_view project, int32_t cpu, int32_t version);
 
     // The exchange's own; one exchange at a time.
+    uint32_t m_nAnswerMsX8 = 0;
     std::array<uint8_t, kMaxDatagram> m_txBuf{};
     std::array<uint8_t, kMaxDatagram + 1> m_rxBuf{};  // and the NUL behind the longest datagram
 

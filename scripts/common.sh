@@ -1,0 +1,37 @@
+# What the scripts share: the project's folder, the packages it needs, the presets' builds.
+set -euo pipefail
+cd "$(dirname "${BASH_SOURCE[0]}")/.."
+
+run_packages=(libicu72 libqt6widgets6)
+build_packages=(g++ cmake ninja-build pkg-config libicu-dev libcli11-dev nlohmann-json3-dev
+    libgtest-dev libbenchmark-dev qt6-base-dev libxcb1-dev python3)
+test_packages=(locales fonts-dejavu-core xvfb xauth xdotool iproute2 util-linux)
+
+# Installs what is missing of the given Debian packages; quiet and quick when nothing is.
+need_packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f='${db:Status-Status}\n' "$package" 2>/dev/null | grep -qx installed ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    local root=()
+    [ "$(id -u)" = 0 ] || root=(sudo)
+    echo "Installing: ${missing[*]}" >&2
+    "${root[@]}" apt-get update -qq >&2
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# Configures and builds a preset; prints what the compiler says only when it fails.
+build_preset() { # preset [target...]
+    local preset=$1 log
+    shift
+    mkdir -p build
+    log=build/$preset.log
+    if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${@:+--target "$@"}; } >"$log" 2>&1; then
+        grep -E 'error|warning|FAILED|CMake Error' -A 5 "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
+        echo "Building $preset failed; the whole output is in $log" >&2
+        return 1
+    fi
+}
