@@ -9,7 +9,7 @@
 #include "tools/host/output.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
-#include "tools/host/tree.h"
+#include "tools/host/transfer.h"
 
 namespace host {
 namespace {
@@ -38,7 +38,7 @@ const PanelDirEntry* Find(const Listing& listing, const std::string& name) {
 }
 
 // Why a file did not come.
-std::string FileState(Session& session, const std::u16string& path, const std::string& folder) {
+std::string WhyNotFetched(Session& session, const std::u16string& path, const std::string& folder) {
     const std::string trouble = FolderTrouble(folder);
     if (!trouble.empty()) {
         return trouble;
@@ -67,15 +67,12 @@ std::string SizeNote(Session& session, const std::u16string& path) {
 }
 
 bool GetFile(Session& session, const std::string& remote, const std::string& folder) {
-    Progress progress;
     const std::u16string path = CleanPanelPath(ForTable(remote));
-    const std::string note = progress.shown() ? SizeNote(session, path) : "";
+    const std::u16string target = LocalForTable(folder);
     const std::string local = folder + "/" + ToBytes(LastComponent(path));
-    const auto start = Clock::now();
-    const bool ok =
-        session.Run(
-            [&] { return session.table().CmdUP(path.c_str(), LocalForTable(folder).c_str()); },
-            [&] { progress.Show(Format("%s, %.0f s", note.c_str(), SecondsSince(start))); }) != 0;
+    const std::string note = Progress().shown() ? SizeNote(session, path) : "";
+    const auto [ok, seconds] = Transfer(
+        session, note, [&] { return session.table().CmdUP(path.c_str(), target.c_str()); });
     std::error_code error;
     const auto bytes = ok ? std::filesystem::file_size(local, error) : 0;
     if (session.options().json) {
@@ -84,14 +81,13 @@ bool GetFile(Session& session, const std::string& remote, const std::string& fol
         PutName(object, "local", local);
         object["ok"] = ok;
         object["bytes"] = bytes;
-        object["seconds"] = SecondsSince(start);
+        object["seconds"] = seconds;
         PrintJson(object);
     }
     if (ok) {
-        Say(Format("%s: %s in %.1f s", local.c_str(), SizeText(bytes).c_str(),
-                   SecondsSince(start)));
+        Say(Format("%s: %s in %.1f s", local.c_str(), SizeText(bytes).c_str(), seconds));
     } else {
-        Say("\"" + remote + "\" was not fetched: " + FileState(session, path, folder));
+        Say("\"" + remote + "\" was not fetched: " + WhyNotFetched(session, path, folder));
     }
     return ok;
 }

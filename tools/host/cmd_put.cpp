@@ -9,6 +9,7 @@
 #include "tools/host/output.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
+#include "tools/host/transfer.h"
 
 namespace host {
 namespace {
@@ -46,18 +47,11 @@ std::vector<Item> Plan(const std::vector<std::string>& paths) {
 }
 
 bool PutFile(Session& session, const Item& item) {
-    Progress progress;
-    const auto start = Clock::now();
-    const bool ok = session.Run(
-                        [&] {
-                            return session.table().CmdDL(LocalForTable(item.local).c_str(),
-                                                         ForTable(item.remote).c_str());
-                        },
-                        [&] {
-                            progress.Show(Format("%s, %.0f s", SizeText(item.size).c_str(),
-                                                 SecondsSince(start)));
-                        }) != 0;
-    const double seconds = SecondsSince(start);
+    const std::u16string local = LocalForTable(item.local);
+    const std::u16string remote = ForTable(item.remote);
+    const auto [ok, seconds] = Transfer(session, SizeText(item.size), [&] {
+        return session.table().CmdDL(local.c_str(), remote.c_str());
+    });
     if (session.options().json) {
         Json object;
         PutName(object, "local", item.local);

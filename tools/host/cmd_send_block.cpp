@@ -8,6 +8,7 @@
 #include "tools/host/output.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
+#include "tools/host/transfer.h"
 
 namespace host {
 namespace {
@@ -36,18 +37,10 @@ void SendBlock(Session& session, const Arguments& args) {
     const std::vector<uint8_t> block = ReadBlock(args.file);
     const std::u16string text = ForTable(args.text);
     session.Connect();
-    Progress progress;
-    const auto start = Clock::now();
-    const bool ok = session.Run(
-                        [&] {
-                            return session.table().CmdML(
-                                block.data(), static_cast<int32_t>(block.size()), text.c_str());
-                        },
-                        [&] {
-                            progress.Show(Format("%s, %.0f s", SizeText(block.size()).c_str(),
-                                                 SecondsSince(start)));
-                        }) != 0;
-    const double seconds = SecondsSince(start);
+    const auto [ok, seconds] = Transfer(session, SizeText(block.size()), [&] {
+        return session.table().CmdML(block.data(), static_cast<int32_t>(block.size()),
+                                     text.c_str());
+    });
     if (session.options().json) {
         Json object;
         PutName(object, "file", args.file);

@@ -113,12 +113,13 @@ Outcome FetchEach(Session& session, const Tree& tree, bool update) {
             continue;
         }
         const std::string folder = std::filesystem::path(file.local).parent_path();
-        const bool open =
-            std::none_of(blocked.begin(), blocked.end(),
-                         [&](const std::string& stop) { return file.local.starts_with(stop); });
-        if (open && session.Run([&] {
-                return session.table().CmdUP(file.remote.c_str(), LocalForTable(folder).c_str());
-            }) != 0) {
+        if (std::any_of(blocked.begin(), blocked.end(),
+                        [&](const std::string& stop) { return file.local.starts_with(stop); })) {
+            outcome.failed.push_back(file.shown + ": its folder is a link or cannot be made");
+        } else if (session.Run([&] {
+                       return session.table().CmdUP(file.remote.c_str(),
+                                                    LocalForTable(folder).c_str());
+                   }) != 0) {
             ++outcome.files;
             outcome.bytes += file.size;
         } else {

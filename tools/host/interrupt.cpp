@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <system_error>
 #include <utility>
 
@@ -17,6 +18,9 @@ namespace host {
 namespace {
 
 constexpr int kRepeatMs = 10;
+
+// timeout(1) and some shells signal a program and then its group: one wish, not two.
+constexpr auto kSameWish = std::chrono::milliseconds(250);
 
 int Checked(int fd) {
     if (fd < 0) {
@@ -44,6 +48,7 @@ Interrupt::~Interrupt() {
 
 void Interrupt::Watch(int signals) {
     std::array<pollfd, 2> waits = {{{signals, POLLIN, 0}, {wake_, POLLIN, 0}}};
+    Clock::time_point raisedAt;
     while (waits[1].revents == 0) {
         poll(waits.data(), waits.size(), raised() ? kRepeatMs : -1);
         const std::lock_guard lock(mutex_);
@@ -52,11 +57,14 @@ void Interrupt::Watch(int signals) {
             if (read(signals, &taken, sizeof taken) != sizeof taken) {
                 continue;
             }
-            if (raised_ || exitAtOnce_) {
+            if (exitAtOnce_ || (raised_ && Clock::now() - raisedAt > kSameWish)) {
                 _exit(static_cast<int>(ExitCode::Cancelled));
             }
-            raised_ = true;
-            changed_.notify_all();
+            if (!raised_) {
+                raised_ = true;
+                raisedAt = Clock::now();
+                changed_.notify_all();
+            }
         }
         if (raised_ && action_) {
             action_();

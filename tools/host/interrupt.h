@@ -11,8 +11,8 @@
 
 namespace host {
 
-// The first signal raises the interrupt; a second one ends the process at once with
-// ExitCode::Cancelled.
+// The first signal raises the interrupt; another one, a quarter of a second later or more, ends the
+// process at once with ExitCode::Cancelled.
 class Interrupt {
  public:
     // Construct it before any other thread is made: the signals are blocked in the calling thread,
