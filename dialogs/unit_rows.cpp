@@ -18,7 +18,7 @@ int UnitRows::Add(const CTavrinUnit& unit) {
     UnitRowData& record = m_records.emplace_back(UnitRowData{unit.m_nVersion, unit.m_nCpu});
     const int row = m_list.GetItemCount();
     m_list.InsertItem(row, unit.m_strIp, 0);
-    m_list.SetItemData(row, reinterpret_cast<uintptr_t>(&record));
+    m_list.SetItemData(row, &record);
     m_list.SetItemText(row, kColumnProject, unit.m_strProject);
     m_list.SetItemText(row, kColumnPort, FormatNumber(unit.m_nPort));
     return row;
@@ -55,7 +55,7 @@ int UnitRows::Selected() const {
 }
 
 UnitRowData& UnitRows::Data(int row) const {
-    return *reinterpret_cast<UnitRowData*>(m_list.GetItemData(row));
+    return *static_cast<UnitRowData*>(m_list.GetItemData(row));
 }
 
 }  // namespace brenholt

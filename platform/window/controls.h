@@ -36,9 +36,9 @@ class CListCtrl : public CWnd {
     // Empty for a column behind the last one. Good until the row changes.
     std::u16string_view GetItemText(int row, int column) const;
     int GetItemImage(int row) const { return At(row).image; }
-    // A word of the dialog's; 0 at first.
-    void SetItemData(int row, uintptr_t data) { m_rows[static_cast<size_t>(row)].data = data; }
-    uintptr_t GetItemData(int row) const { return At(row).data; }
+    // A pointer of the dialog's, not owned; null at first.
+    void SetItemData(int row, void* data) { m_rows[static_cast<size_t>(row)].data = data; }
+    void* GetItemData(int row) const { return At(row).data; }
     // If the row was selected, none is after it.
     void DeleteItem(int row);
     void DeleteAllItems();
@@ -51,7 +51,7 @@ class CListCtrl : public CWnd {
     struct Row {
         std::vector<std::u16string> texts;
         int image = 0;
-        uintptr_t data = 0;
+        void* data = nullptr;
     };
 
     void OnAttach(DialogWindow& window) override;
