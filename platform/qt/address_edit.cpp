@@ -1,6 +1,5 @@
 #include "platform/qt/address_edit.h"
 
-#include <QAction>
 #include <QApplication>
 #include <QClipboard>
 #include <QHBoxLayout>
@@ -90,13 +89,16 @@ class AddressField final : public QLineEdit {
     }
 
     void contextMenuEvent(QContextMenuEvent* event) override {
-        QMenu* menu = createStandardContextMenu();
+        // Not the standard menu: its Paste knows one field only.
+        auto* menu = new QMenu(this);
         menu->setAttribute(Qt::WA_DeleteOnClose);
-        if (auto* paste = menu->findChild<QAction*>(QStringLiteral("edit-paste"))) {
-            paste->disconnect();
-            connect(paste, &QAction::triggered, this,
-                    [this] { Paste(QApplication::clipboard()->text()); });
-        }
+        menu->addAction(QStringLiteral("Cu&t"), this, &QLineEdit::cut)
+            ->setEnabled(hasSelectedText());
+        menu->addAction(QStringLiteral("&Copy"), this, &QLineEdit::copy)
+            ->setEnabled(hasSelectedText());
+        menu->addAction(QStringLiteral("&Paste"), this,
+                        [this] { Paste(QApplication::clipboard()->text()); });
+        menu->addAction(QStringLiteral("Select &All"), this, &QLineEdit::selectAll);
         menu->popup(event->globalPos());
     }
 

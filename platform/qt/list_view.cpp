@@ -67,7 +67,7 @@ void QtListView::InsertColumn(std::u16string_view heading, int format, int width
     const int pixels = qRound(width * m_scale);
     header()->resizeSection(column, pixels);
     if (column == m_stretch) {
-        m_stretchWidth = pixels;
+        m_leastStretch = pixels / 2;
     }
     FitStretchColumn();
 }
@@ -179,14 +179,15 @@ void QtListView::resizeEvent(QResizeEvent* event) {
     FitStretchColumn();
 }
 
-// The stretch column takes what the others leave, until the user gives it a width.
+// The stretch column takes what the others leave, be it somewhat less than it asked for, until the
+// user gives it a width.
 void QtListView::FitStretchColumn() {
     if (m_stretch < 0 || m_stretch >= columnCount() || m_userWidth) {
         return;
     }
     const QScopedValueRollback fitting(m_fitting, true);
     const int others = header()->length() - columnWidth(m_stretch);
-    header()->resizeSection(m_stretch, std::max(m_stretchWidth, viewport()->width() - others));
+    header()->resizeSection(m_stretch, std::max(m_leastStretch, viewport()->width() - others));
 }
 
 }  // namespace brenholt

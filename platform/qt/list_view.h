@@ -45,7 +45,7 @@ class QtListView final : public QTreeWidget, public ListView {
     double m_scale;
     bool m_ownerDrawn;
     int m_stretch;             // column, or -1
-    int m_stretchWidth = 0;    // its least width
+    int m_leastStretch = 0;    // width
     bool m_fitting = false;    // a column's width changes, but not by the user
     bool m_userWidth = false;  // the user gave the stretch column a width
     bool m_quiet = false;      // the selection changes, but not by the user

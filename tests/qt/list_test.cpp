@@ -1,0 +1,172 @@
+// Lists: rows, selection, columns, and the drawing of rows by their owner.
+#include <QHeaderView>
+#include <QTreeWidget>
+
+#include "tests/qt/window_fixture.h"
+
+namespace brenholt {
+namespace {
+
+const Event kChanged{WM_NOTIFY, IDC_SEARCH_LIST, LVN_ITEMCHANGED};
+
+void Fill(ListView& list, int rows) {
+    list.InsertColumn(u"IP Addr", LVCFMT_CENTER, 120);
+    list.InsertColumn(u"Project", LVCFMT_CENTER, 150);
+    list.InsertColumn(u"Port", LVCFMT_CENTER, 50);
+    list.InsertColumn(u"Search", LVCFMT_CENTER, 70);
+    list.SetExtendedStyle(LVS_EX_FULLROWSELECT);
+    for (int row = 0; row < rows; ++row) {
+        list.InsertItem(row, u"192.168.0." + std::u16string(1, static_cast<char16_t>(u'1' + row)),
+                        0);
+        list.SetItemText(row, 2, u"1028");
+    }
+}
+
+QPoint MiddleOf(const QTreeWidget& tree, int row, int column) {
+    const QModelIndex index = tree.model()->index(row, column);
+    return tree.visualRect(index).center();
+}
+
+TEST(List, SelectsByKeysAndTellsEachChangeOnce) {
+    OpenDialog open(kSearchTemplate);
+    ListView& list = open.window->GetList(IDC_SEARCH_LIST);
+    Fill(list, 3);
+    open.Run([&](QWidget&) {
+        EXPECT_EQ(list.GetSelectedItem(), -1);
+        Key(Qt::Key_Tab);
+        Key(Qt::Key_Down);
+        EXPECT_EQ(list.GetSelectedItem(), 0);
+        Key(Qt::Key_Down);
+        EXPECT_EQ(list.GetSelectedItem(), 1);
+        EXPECT_EQ(open.listener.events, (std::vector<Event>(2, kChanged)));
+
+        list.InsertItem(0, u"first", 0);
+        EXPECT_EQ(list.GetSelectedItem(), 2);
+        list.DeleteItem(1);
+        EXPECT_EQ(list.GetSelectedItem(), 1);
+        list.DeleteItem(1);
+        EXPECT_EQ(list.GetSelectedItem(), -1);
+        EXPECT_EQ(open.listener.events.size(), 2U);
+
+        Key(Qt::Key_Down);
+        EXPECT_EQ(list.GetSelectedItem(), 0);
+        list.DeleteAllItems();
+        EXPECT_EQ(list.GetSelectedItem(), -1);
+        Key(Qt::Key_Down);
+        EXPECT_EQ(open.listener.events, (std::vector<Event>(3, kChanged)));
+        Key(Qt::Key_Escape);
+    });
+}
+
+TEST(List, SelectsByMouseInAnyColumn) {
+    OpenDialog open(kSearchTemplate);
+    ListView& list = open.window->GetList(IDC_SEARCH_LIST);
+    Fill(list, 3);
+    open.Run([&](QWidget& window) {
+        auto& tree = *window.findChild<QTreeWidget*>();
+        QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, MiddleOf(tree, 2, 2));
+        EXPECT_EQ(list.GetSelectedItem(), 2);
+        QTest::mouseDClick(tree.viewport(), Qt::LeftButton, {}, MiddleOf(tree, 2, 0));
+        EXPECT_EQ(open.listener.events,
+                  (std::vector<Event>{kChanged, {WM_NOTIFY, IDC_SEARCH_LIST, NM_DBLCLK}}));
+        Key(Qt::Key_Return);
+    });
+}
+
+TEST(List, TextsAreOnePlainLine) {
+    OpenDialog open(kSearchTemplate);
+    ListView& list = open.window->GetList(IDC_SEARCH_LIST);
+    Fill(list, 2);
+    const int usual = 0;
+    list.SetItemText(usual, 1, u"<b>bold</b>\n\u2028\tsecond");
+    open.Run([&](QWidget& window) {
+        const auto& tree = *window.findChild<QTreeWidget*>();
+        EXPECT_EQ(tree.topLevelItem(0)->text(1), "<b>bold</b>   second");
+        EXPECT_EQ(tree.visualItemRect(tree.topLevelItem(0)).height(),
+                  tree.visualItemRect(tree.topLevelItem(1)).height());
+        Key(Qt::Key_Escape);
+    });
+}
+
+TEST(List, ColumnsFillTheListAndFollowTheUser) {
+    OpenDialog open(kSearchTemplate);
+    ListView& list = open.window->GetList(IDC_SEARCH_LIST);
+    Fill(list, 1);
+    open.Run([&](QWidget& window) {
+        auto& tree = *window.findChild<QTreeWidget*>();
+        QHeaderView& header = *tree.header();
+        EXPECT_EQ(header.length(), tree.viewport()->width());
+        EXPECT_NEAR(list.GetColumnWidth(0) * 50.0, list.GetColumnWidth(2) * 120.0, 120.0);
+
+        const int project = list.GetColumnWidth(1);
+        window.resize(window.width() + 60, window.height());
+        EXPECT_EQ(list.GetColumnWidth(1), project + 60);
+
+        const auto widen = [&](int column, int by) {
+            const QPoint edge(header.sectionPosition(column + 1) - 1, header.height() / 2);
+            QTest::mousePress(header.viewport(), Qt::LeftButton, {}, edge);
+            QTest::mouseMove(header.viewport(), edge + QPoint(by / 2, 0));
+            QTest::mouseMove(header.viewport(), edge + QPoint(by, 0));
+            QTest::mouseRelease(header.viewport(), Qt::LeftButton, {}, edge + QPoint(by, 0));
+        };
+        const int address = list.GetColumnWidth(0);
+        widen(0, 20);
+        EXPECT_EQ(list.GetColumnWidth(0), address + 20);
+        EXPECT_EQ(list.GetColumnWidth(1), project + 40);
+        widen(1, 200);
+        window.resize(window.width() + 10, window.height());
+        EXPECT_EQ(list.GetColumnWidth(1), project + 240);
+        Key(Qt::Key_Escape);
+    });
+}
+
+TEST(List, ItsOwnerDrawsTheRows) {
+    OpenDialog open(kPickerTemplate);
+    ListView& list = open.window->GetList(IDC_PICKER_LIST);
+    Fill(list, 2);
+    const ImageStrip images{2, 1, 2, {0xFF010203, 0, 0xFFFF0000, 0}};
+    const uint32_t colour = 0x00332211;
+    std::vector<DRAWITEMSTRUCT> requests;
+    open.listener.onDraw = [&](int control, DRAWITEMSTRUCT& request) {
+        EXPECT_EQ(control, IDC_PICKER_LIST);
+        requests.push_back(request);
+        CDC& dc = *request.hDC;
+        const RECT& row = request.rcItem;
+        EXPECT_EQ(dc.GetTextExtent(u"...") + dc.GetTextExtent(u"ab"), dc.GetTextExtent(u"...ab"));
+        dc.SetBkColor(colour);
+        dc.ExtTextOutW(row.left + 10, row.top + 3, ETO_OPAQUE | ETO_CLIPPED,
+                       {row.left + 10, row.top, row.left + 30, row.bottom},
+                       u"\x2588\x2588\x2588\x2588\x2588");
+        dc.DrawImage(images, 1, row.left, row.top, ILD_TRANSPARENT);
+    };
+    open.Run([&](QWidget& window) {
+        const auto& tree = *window.findChild<QTreeWidget*>();
+        Key(Qt::Key_Down);
+        Key(Qt::Key_Down);
+        requests.clear();
+        const QImage shown = tree.viewport()->grab().toImage();
+        ASSERT_EQ(requests.size(), 2U);
+        EXPECT_EQ(requests[0].itemState, 0U);
+        EXPECT_EQ(requests[1].itemState, ODS_SELECTED | ODS_FOCUS);
+        EXPECT_EQ(requests[1].itemID, 1);
+        EXPECT_EQ(requests[1].itemAction, ODA_DRAWENTIRE);
+        int width = 0;
+        for (int column = 0; column < 4; ++column) {
+            width += list.GetColumnWidth(column);
+        }
+        const RECT& row = requests[0].rcItem;
+        EXPECT_EQ(row.right - row.left, width);
+        EXPECT_EQ(requests[1].rcItem.top, row.bottom);
+        EXPECT_GE(row.bottom - row.top, tree.fontMetrics().height() + 6);
+
+        const QColor window_colour = tree.palette().color(QPalette::Base);
+        EXPECT_EQ(shown.pixelColor(0, row.top), QColor(255, 0, 0));
+        EXPECT_EQ(shown.pixelColor(1, row.top), window_colour);  // transparent
+        EXPECT_EQ(shown.pixelColor(10, row.top), QColor(0x11, 0x22, 0x33));
+        EXPECT_EQ(shown.pixelColor(30, row.top + 10), window_colour);  // clipped
+        Key(Qt::Key_Escape);
+    });
+}
+
+}  // namespace
+}  // namespace brenholt
