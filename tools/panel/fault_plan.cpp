@@ -80,11 +80,10 @@ FaultSet FaultPlan::Apply(Time now, Reply reply, std::vector<Outgoing>& out) {
             faults.Add(static_cast<Fault>(i));
         }
     }
-    if (Silent(now)) {
-        faults.Add(Fault::Silence);
-    }
-    if (faults.Has(Fault::Lose) || faults.Has(Fault::Silence)) {
-        return faults;
+    if (faults.Has(Fault::Lose) || Silent(now)) {
+        FaultSet lost;
+        lost.Add(faults.Has(Fault::Lose) ? Fault::Lose : Fault::Silence);
+        return lost;
     }
     if (outgoing.due < stalled_until_) {
         outgoing.due = stalled_until_;

@@ -66,7 +66,9 @@ Bytes Unquote(std::string_view word) {
                 ParseWhole<std::uint8_t>(text.substr(std::min(i + 2, text.size()), 2), 16));
             i += 3;
         } else {
-            ++i;
+            if (++i == text.size()) {
+                throw std::invalid_argument("a quote is not closed");
+            }
             bytes.push_back(static_cast<std::uint8_t>(text[i]));
         }
     }

@@ -1,0 +1,168 @@
+// What a panel answers to single requests, listings and fetches.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/panel/fixture.h"
+#include "tools/panel/file_fetch.h"
+#include "tools/panel/file_record.h"
+
+namespace tavrin {
+namespace {
+
+TEST_F(PanelTest, AnswersPlainCommands) {
+    folder_.Write("file", "x");
+    EXPECT_EQ(Ask("TM"), "ACK");
+    EXPECT_EQ(Ask("EXanything"), "ACK");
+    EXPECT_EQ(Ask("CL"), "ACK");
+    EXPECT_EQ(Ask("IP"), "IP:X86:0210:Line1");
+    EXPECT_EQ(Ask("VS"), "ACK0001002AFFFF");
+    EXPECT_EQ(Ask("MDa"), "ACK");
+    EXPECT_EQ(Ask("MDa\\b"), "ACK");
+    EXPECT_EQ(Ask("MDa/b"), "ACK") << "a folder that is there will do";
+    EXPECT_EQ(Ask("MDfile"), "NAK");
+    EXPECT_EQ(Ask("MDno\\such"), "NAK");
+    EXPECT_EQ(Ask("FDa\\b"), "ACK");
+    EXPECT_EQ(Ask("FFa\\b"), "NAK");
+    EXPECT_EQ(Ask("FFfile"), "ACK");
+    EXPECT_EQ(Ask("FDfile"), "NAK");
+    EXPECT_EQ(Ask("RMa"), "NAK") << "a folder is no file";
+    EXPECT_EQ(Ask("RMfile"), "ACK");
+    EXPECT_EQ(Ask("RMfile"), "NAK");
+}
+
+TEST_F(PanelTest, RefusesMalformedRequests) {
+    for (const std::string& request :
+         {std::string("TM"), std::string("TM\0x", 4), std::string("XX\0", 3),
+          std::string("tm\0", 3), std::string("T\0", 2), std::string(), std::string("DR\0", 3),
+          std::string("DRx\0", 4), std::string("UP0000000\0", 10), std::string("UP0000000a\0", 11),
+          std::string("DL0a\0", 5), std::string("ML0-a\0", 6), std::string("ML0*a\0x", 7),
+          std::string(1500, 'x')}) {
+        EXPECT_EQ(Send(request), "NAK") << request;
+    }
+    panel_.Receive(kHost, ToBytes("Hello"), replies_);
+    EXPECT_TRUE(replies_.empty()) << "what is no request gets no answer";
+    panel_.Receive(kHost, {}, replies_);
+    EXPECT_TRUE(replies_.empty());
+}
+
+// The names on a page, checked to fill it exactly.
+std::vector<std::string> Names(const std::string& page) {
+    std::vector<std::string> names;
+    std::size_t at = 6;
+    for (int left = page.at(5); left > 0; --left) {
+        const auto length = static_cast<unsigned char>(page.at(at + kRecordNameLength));
+        names.push_back(page.substr(at + kRecordSize, length));
+        at += kRecordSize + length;
+    }
+    EXPECT_EQ(at, page.size());
+    return names;
+}
+
+TEST_F(PanelTest, ListsInPages) {
+    constexpr int kFiles = 600;  // fourteen pages
+    std::filesystem::create_directory(folder_ / "d");
+    std::vector<std::string> expected;
+    for (int i = 1000; i < 1000 + kFiles; ++i) {
+        expected.push_back("f" + std::to_string(i));
+        folder_.Write("d/" + expected.back(), "");
+    }
+    std::vector<std::string> names;
+    std::string digits;
+    char digit = '0';
+    for (bool more = true; more; digit = NextDigit(digit)) {
+        const std::string page = Ask(std::string("DR") + digit + "d");
+        ASSERT_EQ(page.substr(0, 3), "ACK");
+        ASSERT_LE(page.size(), kMaxDatagram);
+        EXPECT_EQ(Ask(std::string("DR") + digit + "d"), page) << "a repetition";
+        more = page[3] == '+';
+        digits += digit;
+        for (std::string& name : Names(page)) {
+            names.push_back(std::move(name));
+        }
+    }
+    EXPECT_EQ(digits, "01234567891234");
+    EXPECT_EQ(names, expected);
+    EXPECT_EQ(Ask(std::string("DR") + digit + "d"), "NAK") << "behind the last page";
+    EXPECT_EQ(Names(Ask("DR0d")).front(), "f1000");
+    EXPECT_EQ(Ask("DR2d"), "NAK") << "a digit is skipped";
+    EXPECT_EQ(Ask("DR1other"), "NAK") << "another folder in the middle";
+    EXPECT_EQ(Ask("DR0nowhere"), "NAK");
+    EXPECT_EQ(Ask("DR1d"), "NAK") << "a refusal ends the listing";
+}
+
+TEST_F(PanelTest, ListingShowsTheFoldersState) {
+    EXPECT_EQ(Ask("DR0"), std::string("ACK0\0\0", 6));
+    const std::string longest(255, 'n');
+    folder_.Write(longest, "12345");
+    std::filesystem::create_directory(folder_ / "folder");
+    std::filesystem::create_symlink("/etc/passwd", folder_ / "link");
+    const std::string page = Ask("DR0\\");
+    EXPECT_EQ(Names(page), (std::vector<std::string>{"folder", longest}));
+    const Bytes bytes = ToBytes(page);
+    EXPECT_EQ(ReadRecord(ByteView(bytes).subspan(6)).attributes, kAttributeFolder);
+    const FileRecord file = ReadRecord(ByteView(bytes).subspan(6 + kRecordSize + 6));
+    EXPECT_EQ(file.size, 5U);
+    EXPECT_EQ(file.attributes, kAttributeArchive);
+}
+
+TEST_F(PanelTest, HostsListIndependently) {
+    for (int i = 0; i < 60; ++i) {
+        folder_.Write("f" + std::to_string(100 + i), "");
+    }
+    const Endpoint other{0x7F000009, kHostPort};
+    const std::string start("DR0\0", 4);
+    const std::string next("DR1\0", 4);
+    Send(start);
+    EXPECT_EQ(Send(next, other), "NAK");
+    EXPECT_EQ(Names(Send(next)).size(), 12U);
+    // Forgetting the longest silent host keeps the number of hosts bounded.
+    for (std::uint32_t i = 0; i < Panel::kMaxHosts; ++i) {
+        Send(start, {0x7F000100 + i, kHostPort});
+    }
+    EXPECT_EQ(Send(next), "NAK");
+}
+
+TEST_F(PanelTest, FetchesFilesByOffset) {
+    std::string content(2 * kFetchData, 'a');
+    content[kFetchData] = 'b';
+    folder_.Write("f", content);
+    const std::string head = Ask("UP00000000f");
+    EXPECT_EQ(head.size(), kMaxDatagram);
+    EXPECT_EQ(head.substr(0, 5), std::string("ACK+\0", 5));
+    const Bytes bytes = ToBytes(head);
+    EXPECT_EQ(ReadWord(bytes, 5), content.size());
+    EXPECT_EQ(ReadWord(bytes, 17), kAttributeArchive);
+    struct timespec now {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    const std::uint64_t time =
+        static_cast<std::uint64_t>(ReadWord(bytes, 9)) << 32 | ReadWord(bytes, 13);
+    EXPECT_NEAR(static_cast<double>(DiskTime(time).tv_sec), static_cast<double>(now.tv_sec), 60);
+
+    const std::string tail = Ask("UP00000553f");
+    EXPECT_EQ(tail.substr(0, 4), "ACK0")
+        << "the packet that ends the file is the last, though full";
+    EXPECT_EQ(head.substr(kFetchHead) + tail.substr(kFetchHead), content);
+    EXPECT_EQ(Ask("UP00000AA6f").size(), kFetchHead) << "the end itself";
+    EXPECT_EQ(Ask("UP00000AA7f"), "NAK") << "behind the end";
+    EXPECT_EQ(Ask("UP00000000"), "NAK") << "the root is no file";
+    EXPECT_EQ(Ask("UP00000000g"), "NAK");
+}
+
+TEST_F(PanelTest, FetchSeesOneFile) {
+    const std::string content(3000, 'a');
+    folder_.Write("f", content);
+    folder_.Write("new", std::string(3000, 'b'));
+    Ask("UP00000000f");
+    std::filesystem::rename(folder_ / "new", folder_ / "f");
+    EXPECT_EQ(Ask("UP00000553f").substr(kFetchHead, 1), "a") << "replaced: the old file goes on";
+    EXPECT_EQ(Ask("UP00000000f").substr(kFetchHead, 1), "b") << "a new transfer: the new file";
+    folder_.Write("f", std::string(4000, 'c'));
+    EXPECT_EQ(Ask("UP00000553f"), "NAK") << "written to in the middle";
+    EXPECT_EQ(Ask("UP00000553f"), "NAK") << "and asked again";
+    EXPECT_EQ(Ask("UP00000000f").substr(kFetchHead, 1), "c");
+}
+
+}  // namespace
+}  // namespace tavrin

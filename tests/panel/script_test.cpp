@@ -1,0 +1,78 @@
+// Canned replies and hooks.
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "tests/panel/fixture.h"
+#include "tools/panel/script.h"
+
+namespace tavrin {
+namespace {
+
+using std::chrono::milliseconds;
+
+class ScriptTest : public PanelTest {};
+
+TEST_F(ScriptTest, ChoosesRequestsByNumber) {
+    panel_.SetHook(
+        ParseScript("# a comment\r\n"
+                    "\n"
+                    "TM 1 silent\r\n"
+                    "TM 2-3 \"NAK\"\n"
+                    "VS 2- \"a \\\"\\\\\\x00b\"\n"
+                    "* 7 \"seventh\""));
+    EXPECT_EQ(Ask("TM"), "(none)");
+    EXPECT_EQ(Ask("TM"), "NAK");
+    EXPECT_EQ(Ask("VS"), "ACK0001002AFFFF");
+    EXPECT_EQ(Ask("VS"), std::string("a \"\\\0b", 6));
+    EXPECT_EQ(Ask("TM"), "NAK");
+    EXPECT_EQ(Ask("TM"), "ACK");
+    EXPECT_EQ(Ask("EX"), "seventh");
+    EXPECT_EQ(Ask("EX"), "ACK");
+}
+
+TEST_F(ScriptTest, LinesForOneRequestAddUp) {
+    panel_.SetHook(
+        ParseScript("ML * usual after 300ms\n"
+                    "ML * usual from-other-port\n"
+                    "ML * \"ack\"\n"));
+    Send(std::string("ML0-t\0x", 7));
+    ASSERT_EQ(replies_.size(), 3U);
+    EXPECT_EQ(replies_[0].bytes, ToBytes("ACK"));
+    EXPECT_EQ(replies_[0].delay, milliseconds(300));
+    EXPECT_EQ(replies_[1].bytes, ToBytes("ACK"));
+    EXPECT_TRUE(replies_[1].other_port);
+    EXPECT_EQ(replies_[2].bytes, ToBytes("ack"));
+    EXPECT_EQ(panel_.blocks().size(), 1U) << "the panel was asked once";
+}
+
+TEST(ScriptText, ErrorsNameTheLine) {
+    for (const char* const text :
+         {"\nXX 1 usual", "\nTM 0 usual", "\nTM 3-2 usual", "\nTM x usual", "\nTM 1", "\nTM",
+          "\nTM 1 \"open", "\nTM 1 \"open\\\"", "\nTM 1 \"\\xG0\"", "\nTM 1 \"\\x\"",
+          "\nTM 1 usual after", "\nTM 1 usual after 3", "\nTM 1 usual later"}) {
+        try {
+            ParseScript(text);
+            ADD_FAILURE() << text;
+        } catch (const std::invalid_argument& error) {
+            EXPECT_EQ(std::string(error.what()).substr(0, 8), "line 2: ") << text;
+        }
+    }
+}
+
+TEST_F(ScriptTest, HookMayPassOrReplace) {
+    panel_.SetHook([](Panel& panel, const Endpoint& host, ByteView datagram, Replies& replies) {
+        if (datagram[4] != 'V') {
+            return false;
+        }
+        panel.Answer(host, datagram, replies.emplace_back().bytes);
+        replies[0].bytes.resize(14);
+        return true;
+    });
+    EXPECT_EQ(Ask("TM"), "ACK");
+    EXPECT_EQ(Ask("VS").size(), 14U);
+}
+
+}  // namespace
+}  // namespace tavrin

@@ -1,0 +1,150 @@
+// Files and memory blocks that a host sends.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <string>
+#include <utility>
+
+#include "tests/panel/fixture.h"
+#include "tools/panel/file_record.h"
+
+namespace tavrin {
+namespace {
+
+// Makes the datagrams of one file as a host does.
+struct FileSender {
+    std::string text;
+    std::string name = "short.bin";
+    std::size_t path_length = 40;  // of the absolute path on the host
+    std::uint32_t size = 0;
+    std::uint64_t time = 116444736000000000 + 1'000'000'000ULL * 10'000'000;  // 2001-09-09
+
+    std::string Packet(char digit, const std::string& data) const {
+        FileRecord record;
+        record.size = size;
+        record.time = time;
+        record.attributes = kAttributeArchive;
+        record.name_length = static_cast<std::uint8_t>(path_length);
+        Bytes fixed(kRecordSize);
+        WriteRecord(fixed, record);
+        std::string area = name;
+        area.resize(path_length + 1);
+        return std::string("DL") + digit + text + '\0' + std::string(fixed.begin(), fixed.end()) +
+               area + data;
+    }
+};
+
+class UploadTest : public PanelTest {};
+
+TEST_F(UploadTest, FileAppearsWhenAllHasCome) {
+    FileSender sender{.text = "to.bin", .size = 30};
+    std::string content;
+    char digit = '0';
+    for (char c = 'a'; c < 'a' + 15; ++c, digit = NextDigit(digit)) {
+        EXPECT_FALSE(std::filesystem::exists(folder_ / "to.bin"));
+        const std::string data(2, c);
+        EXPECT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit);
+        EXPECT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit) << "a repetition";
+        content += data;
+    }
+    EXPECT_EQ(folder_.Read("to.bin"), content);
+    struct stat status {};
+    ASSERT_EQ(stat((folder_ / "to.bin").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mtim.tv_sec, 1'000'000'000);
+    EXPECT_EQ(Send(sender.Packet(digit, "zz")), "NAK") << "nothing follows a whole file";
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 1)
+        << "no scratch file is left";
+}
+
+TEST_F(UploadTest, TextNamesFileOrFolder) {
+    std::filesystem::create_directories(folder_ / "dir/short.bin");
+    std::filesystem::create_directory(folder_ / "empty");
+    const auto send = [&](const std::string& text) {
+        return Send(FileSender{.text = text, .size = 1}.Packet('0', "x"));
+    };
+    EXPECT_EQ(send("empty\\"), "ACK0");
+    EXPECT_TRUE(std::filesystem::exists(folder_ / "empty/short.bin"));
+    EXPECT_EQ(send("empty/other"), "ACK0");
+    EXPECT_TRUE(std::filesystem::exists(folder_ / "empty/other"));
+    EXPECT_EQ(send(""), "ACK0");
+    EXPECT_TRUE(std::filesystem::exists(folder_ / "short.bin"));
+    EXPECT_EQ(send("empty"), "ACK0");
+    EXPECT_EQ(send("dir"), "NAK") << "a folder has the file's name";
+    EXPECT_EQ(send("nowhere\\x"), "NAK");
+    EXPECT_EQ(send("..\\x"), "NAK");
+}
+
+TEST_F(UploadTest, NameAreaCountsTheHostPath) {
+    FileSender sender{.text = "f", .path_length = 255, .size = 1};
+    EXPECT_EQ(Send(sender.Packet('0', "1")), "ACK0");
+    sender.path_length = 258;  // the length byte reads 2
+    EXPECT_EQ(Send(sender.Packet('0', "2")), "ACK0");
+    EXPECT_EQ(folder_.Read("f"), "2");
+    sender.path_length = sender.name.size() - 1;  // no room for the name's end
+    EXPECT_EQ(Send(sender.Packet('0', "3")), "NAK");
+    sender.path_length = 40;
+    EXPECT_EQ(Send(sender.Packet('0', "")), "NAK") << "no data";
+    for (const char* const name : {"", ".", "..", "a/b", "a\\b"}) {
+        sender.name = name;
+        EXPECT_EQ(Send(sender.Packet('0', "4")), "NAK") << name;
+    }
+    EXPECT_EQ(folder_.Read("f"), "2");
+}
+
+TEST_F(UploadTest, BrokenSequencesAreRefused) {
+    FileSender sender{.text = "f", .size = 6};
+    EXPECT_EQ(Send(sender.Packet('1', "ab")), "NAK") << "no beginning";
+    EXPECT_EQ(Send(sender.Packet('0', "ab")), "ACK0");
+    EXPECT_EQ(Send(sender.Packet('2', "cd")), "NAK") << "a digit is skipped";
+    EXPECT_EQ(Send(sender.Packet('1', "cdefg")), "NAK") << "more than the size";
+    FileSender other = sender;
+    other.size = 7;
+    EXPECT_EQ(Send(other.Packet('1', "cd")), "NAK") << "another record";
+    other = sender;
+    other.text = "g";
+    EXPECT_EQ(Send(other.Packet('1', "cd")), "NAK") << "another text";
+    EXPECT_EQ(Send(sender.Packet('1', "cd")), "ACK1");
+    EXPECT_EQ(Send(sender.Packet('1', "xx")), "NAK") << "the same digit, other data";
+    EXPECT_EQ(Send(sender.Packet('2', "ef")), "ACK2");
+    EXPECT_EQ(folder_.Read("f"), "abcdef");
+
+    sender.size = 0x80000000;
+    EXPECT_EQ(Send(sender.Packet('0', "ab")), "NAK");
+    sender.size = 4;
+    EXPECT_EQ(Send(sender.Packet('0', "AB")), "ACK0");
+    EXPECT_EQ(Send(sender.Packet('0', "ab")), "ACK0") << "0 begins anew";
+    EXPECT_EQ(Send(sender.Packet('1', "cd")), "ACK1");
+    EXPECT_EQ(folder_.Read("f"), "abcd");
+}
+
+std::string BlockPacket(const std::string& mark, const std::string& text, const std::string& data) {
+    return "ML" + mark + text + '\0' + data;
+}
+
+TEST_F(UploadTest, GathersMemoryBlocks) {
+    std::string content;
+    char digit = '0';
+    for (int i = 0; i < 11; ++i, digit = NextDigit(digit)) {
+        const std::string mark = {digit, i == 10 ? '-' : '+'};
+        const std::string data(3, static_cast<char>('a' + i));
+        EXPECT_EQ(Send(BlockPacket(mark, "text", data)), "ACK");
+        EXPECT_EQ(Send(BlockPacket(mark, "text", data)), "ACK") << "a repetition";
+        content += data;
+    }
+    ASSERT_EQ(panel_.blocks().size(), 1U);
+    EXPECT_EQ(panel_.blocks()[0].text, "text");
+    EXPECT_EQ(panel_.blocks()[0].bytes, ToBytes(content));
+    EXPECT_EQ(Send(BlockPacket("2+", "text", "x")), "NAK") << "the block has ended";
+
+    EXPECT_EQ(Send(BlockPacket("0+", "a", "1")), "ACK");
+    EXPECT_EQ(Send(BlockPacket("1-", "b", "2")), "NAK") << "another text";
+    EXPECT_EQ(Send(BlockPacket("2-", "a", "2")), "NAK") << "a digit is skipped";
+    EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "0 begins anew";
+    EXPECT_EQ(Ask("TM"), "ACK");
+    EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "behind another command: a new block";
+    ASSERT_EQ(panel_.blocks().size(), 3U);
+    EXPECT_EQ(panel_.blocks()[1].bytes, ToBytes("3"));
+}
+
+}  // namespace
+}  // namespace tavrin
