@@ -11,7 +11,7 @@ namespace {
 constexpr size_t kTellingSize = 64;
 constexpr size_t kLongestPeriod = 256;
 
-constexpr uint32_t kLookSlackMs = 5;
+constexpr uint32_t kMomentSlackMs = 5;
 
 // Whether the data is one short pattern over and over, as fills and empty areas are.
 bool IsRun(std::span<const uint8_t> data) {
@@ -42,12 +42,10 @@ bool GuardedJudge::EndsInStep() {
         return true;
     }
     const uint32_t start = GetTickCount();
-    const uint32_t look = 4 * m_link.AnswerMs() + kLookSlackMs;
     Reply reply;
-    while (m_link.RecvReply(reply, start, look) != 0) {
+    while (m_link.RecvReply(reply, start, MomentMs()) != 0) {
         const uint64_t key = Key(reply);
-        const bool recent = std::find(m_recent.begin(), m_recent.end(), key) != m_recent.end();
-        if (m_link.m_stale.Take(key) == StaleReplies::Twin::None && !recent) {
+        if (m_link.m_stale.Take(key) == StaleReplies::Twin::None && !m_link.m_stale.IsRecent(key)) {
             return false;
         }
     }
@@ -55,6 +53,7 @@ bool GuardedJudge::EndsInStep() {
 }
 
 void GuardedJudge::OnSend(int attempt) {
+    m_attempt = attempt;
     if (attempt == 0) {
         m_askedAgain.reset();
     } else {
@@ -65,28 +64,37 @@ void GuardedJudge::OnSend(int attempt) {
 
 Verdict GuardedJudge::OnReply(const Reply& reply) {
     const uint64_t key = Key(reply);
-    if (m_unseen > 0) {
+    if (m_unseen > 0 && key != m_askedAgain) {
         --m_unseen;
-        Hold(reply, key, true, false);
-        return Verdict::Wait;
+        return Hold(reply, key, Doubt::Unseen);
     }
-    const StaleReplies::Twin twin = m_link.m_stale.Take(key);
-    if (twin != StaleReplies::Twin::None) {
-        Hold(reply, key, false, twin == StaleReplies::Twin::Prompt);
-        return Verdict::Wait;
+    switch (m_link.m_stale.Take(key)) {
+        case StaleReplies::Twin::Prompt:
+            return Hold(reply, key, Doubt::PromptTwin);
+        case StaleReplies::Twin::Late:
+            return Hold(reply, key, Doubt::LateTwin);
+        case StaleReplies::Twin::None:
+            break;
     }
     if (key != m_askedAgain && IsRepeat(reply, key)) {
-        Hold(reply, key, false, false);
-        return Verdict::Wait;
+        return Hold(reply, key, Doubt::Repeat);
     }
     return Believe(reply, key);
 }
 
 uint32_t GuardedJudge::WaitMs(uint32_t start, uint32_t timeoutMs) {
-    if (!m_held || !m_held->unseen) {
+    if (!m_held) {
         return timeoutMs;
     }
-    return std::min(timeoutMs, m_held->tick - start + timeoutMs / 4);
+    const uint32_t held = m_held->tick - start;
+    switch (m_held->doubt) {
+        case Doubt::Unseen:
+            return std::min(timeoutMs, held + timeoutMs / 4);
+        case Doubt::Repeat:
+            return std::min(timeoutMs, held + MomentMs());
+        default:
+            return timeoutMs;
+    }
 }
 
 Verdict GuardedJudge::OnSilence(Reply& held) {
@@ -94,42 +102,46 @@ Verdict GuardedJudge::OnSilence(Reply& held) {
         return Verdict::Again;
     }
     const Reply reply(std::span(m_held->bytes).first(m_held->size));
-    const bool run = m_held->prompt && IsRun(Data(reply));
-    if (!m_held->unseen && !run) {
+    const Doubt doubt = m_held->doubt;
+    const bool lastAttempt = m_attempt + 1 >= m_link.m_nRetries;
+    const bool take = doubt == Doubt::PromptTwin ? IsRun(Data(reply))
+                                                 : doubt != Doubt::LateTwin && lastAttempt;
+    if (!take) {
         m_askedAgain = m_held->key;
-        return Verdict::Again;
+        return Verdict::Unread;
     }
-    m_unseen = 0;
     m_link.m_stale.Forget(m_held->key);
     held = reply;
     return Believe(reply, m_held->key);
 }
 
-void GuardedJudge::Hold(const Reply& reply, uint64_t key, bool unseen, bool prompt) {
+Verdict GuardedJudge::Hold(const Reply& reply, uint64_t key, Doubt doubt) {
     const std::span<const uint8_t> bytes = reply.Datagram();
     m_held.emplace();
     std::copy(bytes.begin(), bytes.end(), m_held->bytes.begin());
     m_held->size = bytes.size();
     m_held->key = key;
-    m_held->unseen = unseen;
-    m_held->prompt = prompt;
+    m_held->doubt = doubt;
     m_held->tick = GetTickCount();
+    return Verdict::Wait;
 }
 
-// A datagram that the network doubled: no send tells of it, but long irregular data does not repeat by
-// itself so soon.
+// No send tells of a datagram that the network doubled, but long irregular data does not repeat by itself
+// so soon.
 bool GuardedJudge::IsRepeat(const Reply& reply, uint64_t key) const {
-    const auto end = m_recent.begin() + static_cast<ptrdiff_t>(std::min(m_packets, m_recent.size()));
     const std::span<const uint8_t> data = Data(reply);
-    return data.size() >= kTellingSize && std::find(m_recent.begin(), end, key) != end && !IsRun(data);
+    return data.size() >= kTellingSize && m_link.m_stale.IsRecent(key) && !IsRun(data);
 }
 
 Verdict GuardedJudge::Believe(const Reply& reply, uint64_t key) {
     const Verdict verdict = Read(reply);
+    m_unseen = 0;
     if (verdict == Verdict::Done) {
-        m_recent[m_packets++ % m_recent.size()] = key;
+        m_link.m_stale.Believed(key);
     }
     return verdict;
 }
+
+uint32_t GuardedJudge::MomentMs() const { return 4 * m_link.AnswerMs() + kMomentSlackMs; }
 
 }  // namespace brenholt

@@ -5,10 +5,12 @@
 //  - A reply that may be the twin of an earlier one is held back: the attempt waits on from the same
 //    start, and anything better wins.
 //  - When nothing better comes, ordinary data is asked for again, and the same reply is believed the
-//    second time. A run of equal bytes, where packets are alike by nature, is taken at once if the
-//    earlier sends were rather lost than late.
+//    second time. A run of equal bytes, where packets are alike by nature, is taken if the earlier
+//    sends were rather lost than late.
+//  - A long irregular reply that repeats one of the last few is held for a moment only: the network
+//    may have doubled that one.
 //  - Replies to a request that was given up have never been seen. The transfer begins when they must be
-//    in, and as many first replies are held back for a moment.
+//    in; as many first replies are held back for a quarter of the timeout, then asked for again.
 #ifndef BRENHOLT_COMMANDS_GUARDED_JUDGE_H
 #define BRENHOLT_COMMANDS_GUARDED_JUDGE_H
 
@@ -42,24 +44,31 @@ class GuardedJudge : public Judge {
     virtual std::span<const uint8_t> Data(const Reply& reply) const = 0;
 
  private:
+    // What a held reply may be.
+    enum class Doubt {
+        Unseen,      // the answer to a request that was given up
+        PromptTwin,  // the twin of one that was sent again because its answer was lost...
+        LateTwin,    // ...or late
+        Repeat,      // a datagram that the network doubled
+    };
     struct Held {
         std::array<uint8_t, kMaxDatagram + 1> bytes;
         size_t size;
         uint64_t key;
-        bool unseen;    // held for a reply that nobody has seen, not as a twin
-        bool prompt;    // see StaleReplies::Twin
+        Doubt doubt;
         uint32_t tick;  // when it came
     };
 
-    void Hold(const Reply& reply, uint64_t key, bool unseen, bool prompt);
+    Verdict Hold(const Reply& reply, uint64_t key, Doubt doubt);
     bool IsRepeat(const Reply& reply, uint64_t key) const;
     Verdict Believe(const Reply& reply, uint64_t key);
+    // Some answers' time: what is on its way when a wait of this length begins has come at its end.
+    uint32_t MomentMs() const;
 
     CTvUdp& m_link;
     std::optional<Held> m_held;
-    std::optional<uint64_t> m_askedAgain;   // key that the second attempt will believe
-    std::array<uint64_t, 8> m_recent{};     // keys of the last packets
-    size_t m_packets = 0;
+    std::optional<uint64_t> m_askedAgain;  // key that the next attempt will believe
+    int m_attempt = 0;
     int m_unseen = 0;
     bool m_doubtful = false;  // something was sent again or given up: the end wants a look
 };

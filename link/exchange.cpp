@@ -106,7 +106,7 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
 }
 
 Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
-    int unanswered = 0;
+    int silent = 0;  // sends that brought nothing
     uint32_t start = GetTickCount();
     for (int attempt = 0; attempt < m_nRetries && !Interrupted();) {
         if (rules.paced) {
@@ -115,7 +115,6 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
         if (!SendPacket(length)) {
             return Outcome::Failed;
         }
-        ++unanswered;
         judge.OnSend(attempt);
         start = GetTickCount();
         const auto timeout = static_cast<uint32_t>(m_nTimeoutMs.load());
@@ -125,15 +124,14 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
             verdict = judge.OnReply(reply);
         }
         PaceRule rule = rules.onAgain;
-        if (verdict != Verdict::Wait) {
-            --unanswered;
-        } else {
+        if (verdict == Verdict::Wait) {
+            ++silent;
             rule = rules.onSilence;
             verdict = Interrupted() ? Verdict::Again : judge.OnSilence(reply);
-            unanswered -= verdict == Verdict::Again ? 0 : 1;
         }
         if (verdict == Verdict::Done || verdict == Verdict::Failed) {
-            NoteSettled(judge.Key(reply), unanswered, GetTickCount() - start);
+            // Of the earlier sends, also those whose answer was no use: it may have been another's.
+            NoteSettled(judge.Key(reply), attempt, GetTickCount() - start);
             return verdict == Verdict::Done ? Outcome::Done : Outcome::Failed;
         }
         ++attempt;
@@ -141,21 +139,21 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
             RaisePace(rule);
         }
     }
-    if (unanswered > 0) {
-        m_stale.GivenUp(unanswered, start, StaleLifetimeMs());
+    if (silent > 0) {
+        m_stale.GivenUp(silent, start, StaleLifetimeMs());
     }
     return Outcome::Failed;
 }
 
-void CTvUdp::NoteSettled(uint64_t key, int unanswered, uint32_t answerMs) {
+void CTvUdp::NoteSettled(uint64_t key, int resends, uint32_t answerMs) {
     constexpr uint32_t kPromptFactor = 4;
     constexpr uint32_t kPromptSlackMs = 5;
-    if (unanswered <= 0) {
+    if (resends == 0) {
         m_nAnswerMsX8 += answerMs - m_nAnswerMsX8 / 8;
         return;
     }
     const bool prompt = answerMs <= kPromptFactor * AnswerMs() + kPromptSlackMs;
-    m_stale.Settled(key, unanswered, prompt, StaleLifetimeMs());
+    m_stale.Settled(key, resends, prompt, StaleLifetimeMs());
 }
 
 uint32_t CTvUdp::StaleLifetimeMs() const { return 3 * static_cast<uint32_t>(m_nTimeoutMs.load()); }

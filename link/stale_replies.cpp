@@ -45,6 +45,11 @@ void StaleReplies::Forget(uint64_t key) {
     std::erase_if(m_twins, [key](const Expected& twin) { return twin.key == key; });
 }
 
+bool StaleReplies::IsRecent(uint64_t key) const {
+    const auto end = m_recent.begin() + static_cast<ptrdiff_t>(std::min(m_believed, m_recent.size()));
+    return std::find(m_recent.begin(), end, key) != end;
+}
+
 uint32_t StaleReplies::MsUntilUnseenAreIn() const {
     const uint32_t age = GetTickCount() - m_unseenSince;
     return m_unseen > 0 && age < m_unseenLifetimeMs ? m_unseenLifetimeMs - age : 0;

@@ -4,6 +4,8 @@
 #ifndef BRENHOLT_LINK_STALE_REPLIES_H
 #define BRENHOLT_LINK_STALE_REPLIES_H
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <deque>
 
@@ -25,7 +27,11 @@ class StaleReplies {
     Twin Take(uint64_t key);
     // No more twins with this key are expected.
     void Forget(uint64_t key);
-    bool ExpectsTwins() const { return !m_twins.empty(); }
+
+    // A reply was believed, and whether one with this key was among the last few: the network may have
+    // doubled it.
+    void Believed(uint64_t key) { m_recent[m_believed++ % m_recent.size()] = key; }
+    bool IsRecent(uint64_t key) const;
 
     // How long replies to requests that were given up may still come, in ms.
     uint32_t MsUntilUnseenAreIn() const;
@@ -44,6 +50,8 @@ class StaleReplies {
     void DropExpired();
 
     std::deque<Expected> m_twins;  // oldest first
+    std::array<uint64_t, 8> m_recent{};
+    size_t m_believed = 0;
     int m_unseen = 0;
     uint32_t m_unseenSince = 0;
     uint32_t m_unseenLifetimeMs = 0;
