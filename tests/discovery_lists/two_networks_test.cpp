@@ -20,8 +20,9 @@
 namespace brenholt {
 namespace {
 
+// Called while there is one thread only.
 bool Run(const std::string& command) {
-    return std::system((command + " 2>/dev/null").c_str()) == 0;
+    return std::system((command + " 2>/dev/null").c_str()) == 0;  // NOLINT(concurrency-mt-unsafe)
 }
 
 // Makes this process the root of a network of its own; false where that is not allowed.
