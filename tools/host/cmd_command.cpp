@@ -31,10 +31,9 @@ constexpr std::array<TextCommand, 6> kTextCommands = {{{"EX", &BrenholtTable::Cm
                                                        {"FF", &BrenholtTable::CmdFF},
                                                        {"FD", &BrenholtTable::CmdFD}}};
 
-int32_t Send(Session& session, const Arguments& args) {
-    const std::u16string text = ForTable(args.text);
+int32_t Send(Session& session, const std::string& name, const std::u16string& text) {
     for (const TextCommand& command : kTextCommands) {
-        if (command.name == args.name) {
+        if (command.name == name) {
             return session.Run([&] { return (session.table().*command.slot)(text.c_str()); });
         }
     }
@@ -42,9 +41,10 @@ int32_t Send(Session& session, const Arguments& args) {
 }
 
 void RunCommand(Session& session, const Arguments& args) {
+    const std::u16string text = PanelText(args.text);
     session.Connect();
     const auto start = Clock::now();
-    const bool ok = Send(session, args) != 0;
+    const bool ok = Send(session, args.name, text) != 0;
     if (session.options().json) {
         Json object{{"command", args.name}};
         PutName(object, "text", args.text);

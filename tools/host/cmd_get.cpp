@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <system_error>
@@ -67,7 +68,7 @@ std::string SizeNote(Session& session, const std::u16string& path) {
 }
 
 bool GetFile(Session& session, const std::string& remote, const std::string& folder) {
-    const std::u16string path = CleanPanelPath(ForTable(remote));
+    const std::u16string path = CleanPanelPath(PanelText(remote));
     const std::u16string target = LocalForTable(folder);
     const std::string local = folder + "/" + ToBytes(LastComponent(path));
     const std::string note = Progress().shown() ? SizeNote(session, path) : "";
@@ -98,6 +99,7 @@ void Get(Session& session, const Arguments& args) {
     if (!trouble.empty() && !(args.recursive && !std::filesystem::exists(folder))) {
         throw Failure(ExitCode::Failed, trouble + " (the last of several paths is where files go)");
     }
+    std::for_each(remotes.begin(), remotes.end(), PanelText);
     session.Connect();
     size_t failed = 0;
     for (const std::string& remote : remotes) {

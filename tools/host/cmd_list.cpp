@@ -51,8 +51,9 @@ Action DefineList(CLI::App& app) {
     auto folder = std::make_shared<std::string>();
     app.add_option("FOLDER", *folder, "Panel folder; without it the panel's top folder");
     return [folder](Session& session) {
+        const std::u16string path = PanelText(*folder);
         session.Connect();
-        const Listing listing = session.List(ForTable(*folder));
+        const Listing listing = session.List(path);
         if (!listing.trouble.empty()) {
             throw Failure(ExitCode::Failed,
                           "\"" + *folder + "\" cannot be listed: " + listing.trouble);

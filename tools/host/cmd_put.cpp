@@ -17,6 +17,7 @@ namespace {
 struct Item {
     std::string local;
     std::string remote;
+    std::u16string text{};  // `remote` for the table
     uint64_t size = 0;
 };
 
@@ -48,9 +49,8 @@ std::vector<Item> Plan(const std::vector<std::string>& paths) {
 
 bool PutFile(Session& session, const Item& item) {
     const std::u16string local = LocalForTable(item.local);
-    const std::u16string remote = ForTable(item.remote);
     const auto [ok, seconds] = Transfer(session, SizeText(item.size), [&] {
-        return session.table().CmdDL(local.c_str(), remote.c_str());
+        return session.table().CmdDL(local.c_str(), item.text.c_str());
     });
     if (session.options().json) {
         Json object;
@@ -75,6 +75,7 @@ bool PutFile(Session& session, const Item& item) {
 void Put(Session& session, const std::vector<std::string>& paths) {
     std::vector<Item> items = Plan(paths);
     for (Item& item : items) {
+        item.text = PanelText(item.remote);
         const std::string trouble = FileTrouble(item.local, item.size);
         if (!trouble.empty()) {
             throw Failure(ExitCode::Failed, trouble + "; nothing was sent");

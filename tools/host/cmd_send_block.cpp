@@ -35,7 +35,7 @@ std::vector<uint8_t> ReadBlock(const std::string& file) {
 
 void SendBlock(Session& session, const Arguments& args) {
     const std::vector<uint8_t> block = ReadBlock(args.file);
-    const std::u16string text = ForTable(args.text);
+    const std::u16string text = PanelText(args.text);
     session.Connect();
     const auto [ok, seconds] = Transfer(session, SizeText(block.size()), [&] {
         return session.table().CmdML(block.data(), static_cast<int32_t>(block.size()),

@@ -16,6 +16,7 @@ constexpr auto kBusyPoll = std::chrono::milliseconds(2);
 constexpr auto kBeaconPoll = std::chrono::milliseconds(50);
 constexpr auto kCancelPatience = std::chrono::milliseconds(500);
 constexpr int32_t kMaxUnits = 1024;
+constexpr size_t kMaxText = 255;
 constexpr int32_t kFirstEntries = 10'000;
 constexpr int32_t kMaxEntries = 640'000;  // 177 MB; no panel folder comes near it
 
@@ -226,6 +227,15 @@ Listing Session::List(const std::u16string& folder) {
         listing.trouble = "it is a file on the panel";
     }
     return listing;
+}
+
+std::u16string PanelText(const std::string& bytes) {
+    if (bytes.size() > kMaxText) {
+        throw Failure(ExitCode::Failed,
+                      Format("\"%s\" has %zu bytes; a command to the panel carries %zu at most",
+                             bytes.c_str(), bytes.size(), kMaxText));
+    }
+    return ForTable(bytes);
 }
 
 std::u16string CleanPanelPath(std::u16string path) {

@@ -83,6 +83,10 @@ class Session {
     std::optional<Module> module_;
 };
 
+// A text for the panel, as a command carries it. Throws Failure(Failed) when it is longer than the
+// 255 bytes that a datagram has for it.
+std::u16string PanelText(const std::string& bytes);
+
 // A panel path with `\` as its separator and none at its end.
 std::u16string CleanPanelPath(std::u16string path);
 
