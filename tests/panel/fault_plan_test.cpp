@@ -44,7 +44,8 @@ TEST(FaultPlanTest, SameSeedSameFaults) {
     EXPECT_EQ(Play(faults + "7", 200), Play(faults + "7", 200));
     EXPECT_NE(Play(faults + "7", 200), Play(faults + "8", 200));
     // This pattern must not change between machines and libraries: recorded seeds depend on it.
-    EXPECT_EQ(Play("lose=0.3,cut=0.2,seed=7", 8), "@0:reply0 @1:reply1 lose cut@3:reply lose lose lose lose ");
+    EXPECT_EQ(Play("lose=0.3,cut=0.2,seed=7", 8),
+              "@0:reply0 @1:reply1 lose cut@3:reply lose lose lose lose ");
 }
 
 TEST(FaultPlanTest, EachFaultDoesWhatItSays) {

@@ -151,16 +151,16 @@ TEST_F(PanelTest, FetchesFilesByOffset) {
 }
 
 TEST_F(PanelTest, FetchSeesOneFile) {
-    const std::string content(3000, 'a');
-    folder_.Write("f", content);
-    folder_.Write("new", std::string(3000, 'b'));
+    constexpr std::size_t kSize = 200'000;  // more than is read at once
+    folder_.Write("f", std::string(kSize, 'a'));
+    folder_.Write("new", std::string(kSize, 'b'));
     Ask("UP00000000f");
     std::filesystem::rename(folder_ / "new", folder_ / "f");
     EXPECT_EQ(Ask("UP00000553f").substr(kFetchHead, 1), "a") << "replaced: the old file goes on";
     EXPECT_EQ(Ask("UP00000000f").substr(kFetchHead, 1), "b") << "a new transfer: the new file";
-    folder_.Write("f", std::string(4000, 'c'));
-    EXPECT_EQ(Ask("UP00000553f"), "NAK") << "written to in the middle";
-    EXPECT_EQ(Ask("UP00000553f"), "NAK") << "and asked again";
+    folder_.Write("f", std::string(kSize + 1, 'c'));
+    EXPECT_EQ(Ask("UP00020000f"), "NAK") << "written to in the middle";
+    EXPECT_EQ(Ask("UP00020000f"), "NAK") << "and asked again";
     EXPECT_EQ(Ask("UP00000000f").substr(kFetchHead, 1), "c");
 }
 

@@ -28,8 +28,12 @@ class FileFetch {
     bool Read(const Storage& storage, const Request& request, Bytes& reply);
 
  private:
+    bool Fill(std::uint64_t offset, std::size_t wanted);
+
     std::string path_;
     std::optional<StoredFile> file_;
+    Bytes ahead_;  // what was read of the file, so that few requests touch the disk
+    std::uint64_t ahead_at_ = 0;
 };
 
 }  // namespace tavrin
