@@ -1,7 +1,8 @@
 // UP: a panel file to the host. Each request names the offset of the bytes that it wants next.
 //
 //    request: 0 "Cmd=UP", 6 offset as eight upper-case hexadecimal digits, 14 remote path, NUL
-//    reply:   0-2 anything, 3 '0' in the last packet, 9 last-write time (high word, low word), 37 data
+//    reply:   0-2 anything, 3 '0' in the last packet, 9 last-write time (high word, low word), 37
+//    data
 #include "commands/file_from_panel.h"
 
 #include <algorithm>
@@ -52,8 +53,8 @@ class TempFile {
         return WriteLocalFile(m_folder, m_name, data, first);
     }
 
-    // Takes the place of `name`, with its time set before: the file appears whole in one step. A time
-    // that is none, or that cannot be set, leaves the one that the writing gave.
+    // Takes the place of `name`, with its time set before: the file appears whole in one step. A
+    // time that is none, or that cannot be set, leaves the one that the writing gave.
     bool Become(const std::string& name, FILETIME time) {
         if (const std::optional<time_t> seconds = ToTime(time)) {
             m_folder.SetLastWrite(m_name, *seconds);
@@ -194,7 +195,8 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
         last = judge.Packet().Marker() == kLastPacket;
         emptyPackets = data.empty() ? emptyPackets + 1 : 0;
         const bool wraps = offset + data.size() > UINT32_MAX;
-        if (wraps || emptyPackets > kMaxEmptyPackets || !staging.Add(data) || (!last && Interrupted())) {
+        if (wraps || emptyPackets > kMaxEmptyPackets || !staging.Add(data) ||
+            (!last && Interrupted())) {
             return false;
         }
         offset += static_cast<uint32_t>(data.size());

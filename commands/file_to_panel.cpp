@@ -3,7 +3,8 @@
 //    0      "Cmd=DL"
 //    6      sequence digit
 //    7      remote text, NUL
-//    H      PanelFileRecord, 25 bytes; byNameLen is the low byte of L, the length in characters of the
+//    H      PanelFileRecord, 25 bytes; byNameLen is the low byte of L, the length in characters of
+//    the
 //           file's absolute path on the host
 //    H+25   name area, L + 1 bytes: the file's short name, zeros up to the end
 //    P      data, P = H + 26 + L
@@ -68,20 +69,21 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     const size_t nameArea = file.m_szFullName.size() + 1;
     const size_t prefix = header + kRecordSize + nameArea;
     const PanelFileRecord record{static_cast<uint32_t>(file.m_size), file.m_lastWrite,
-                                 file.m_attribute,
-                                 static_cast<uint8_t>(file.m_szFullName.size())};
+                                 file.m_attribute, static_cast<uint8_t>(file.m_szFullName.size())};
     WriteRecord(std::span(m_txBuf).subspan(header).first<kRecordSize>(), record);
-    // Characters may be fewer than bytes: a name that its area cannot hold has no place on the wire.
+    // Characters may be fewer than bytes: a name that its area cannot hold has no place on the
+    // wire.
     if (name.size() >= nameArea) {
         return false;
     }
     const auto area = m_txBuf.begin() + static_cast<ptrdiff_t>(header + kRecordSize);
-    std::fill(std::copy(name.begin(), name.end(), area), m_txBuf.begin() + static_cast<ptrdiff_t>(prefix),
-              uint8_t{0});
+    std::fill(std::copy(name.begin(), name.end(), area),
+              m_txBuf.begin() + static_cast<ptrdiff_t>(prefix), uint8_t{0});
 
     ReplyJudge judge([this](const Reply& reply) {
-        return reply.Bytes().starts_with(kAck) && reply.Marker() == m_txBuf[kDigitAt] ? Verdict::Done
-                                                                                     : Verdict::Again;
+        return reply.Bytes().starts_with(kAck) && reply.Marker() == m_txBuf[kDigitAt]
+                   ? Verdict::Done
+                   : Verdict::Again;
     });
     const std::unique_ptr<uint8_t[]> memory = MakeTransferBlock();
     if (!memory) {

@@ -52,14 +52,16 @@ bool CTvUdp::WalkFolder(const std::u16string& remote, const std::u16string& loca
     if (place.depth > kMaxDepth || --place.foldersLeft < 0) {
         return false;
     }
-    const std::unique_ptr<PanelDirEntry[]> entries(new (std::nothrow) PanelDirEntry[kMaxFolderEntries]);
+    const std::unique_ptr<PanelDirEntry[]> entries(new (std::nothrow)
+                                                       PanelDirEntry[kMaxFolderEntries]);
     if (!entries) {
         return false;
     }
-    BeginCommand(u"DR0", 0, remote.c_str(), nullptr, kMaxFolderEntries, entries.get(), nullptr, nullptr);
+    BeginCommand(u"DR0", 0, remote.c_str(), nullptr, kMaxFolderEntries, entries.get(), nullptr,
+                 nullptr);
     const Listing listing = ListFolder(kMaxFolderEntries, entries.get());
-    // A folder that the panel does not list counts as empty; one that it lists by broken rules, or of
-    // which part is left, does not count as copied.
+    // A folder that the panel does not list counts as empty; one that it lists by broken rules, or
+    // of which part is left, does not count as copied.
     bool allOk = listing.end == Listing::Whole || listing.end == Listing::Unanswered;
 
     const std::u16string source = NormalFolder(remote);

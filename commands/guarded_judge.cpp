@@ -7,7 +7,7 @@
 namespace brenholt {
 namespace {
 
-// Shorter data repeats too easily for a repeat to mean anything.
+// In shorter data neither a repeat nor a pattern means anything.
 constexpr size_t kTellingSize = 64;
 constexpr size_t kLongestPeriod = 256;
 
@@ -15,6 +15,9 @@ constexpr uint32_t kMomentSlackMs = 5;
 
 // Whether the data is one short pattern over and over, as fills and empty areas are.
 bool IsRun(std::span<const uint8_t> data) {
+    if (data.size() < kTellingSize) {
+        return false;
+    }
     for (size_t period = 1; period <= std::min(kLongestPeriod, data.size() / 2); ++period) {
         if (std::equal(data.begin() + static_cast<ptrdiff_t>(period), data.end(), data.begin())) {
             return true;
@@ -104,8 +107,8 @@ Verdict GuardedJudge::OnSilence(Reply& held) {
     const Reply reply(std::span(m_held->bytes).first(m_held->size));
     const Doubt doubt = m_held->doubt;
     const bool lastAttempt = m_attempt + 1 >= m_link.m_nRetries;
-    const bool take = doubt == Doubt::PromptTwin ? IsRun(Data(reply))
-                                                 : doubt != Doubt::LateTwin && lastAttempt;
+    const bool take =
+        doubt == Doubt::PromptTwin ? IsRun(Data(reply)) : doubt != Doubt::LateTwin && lastAttempt;
     if (!take) {
         m_askedAgain = m_held->key;
         return Verdict::Unread;
@@ -126,8 +129,8 @@ Verdict GuardedJudge::Hold(const Reply& reply, uint64_t key, Doubt doubt) {
     return Verdict::Wait;
 }
 
-// No send tells of a datagram that the network doubled, but long irregular data does not repeat by itself
-// so soon.
+// No send tells of a datagram that the network doubled, but long irregular data does not repeat by
+// itself so soon.
 bool GuardedJudge::IsRepeat(const Reply& reply, uint64_t key) const {
     const std::span<const uint8_t> data = Data(reply);
     return data.size() >= kTellingSize && m_link.m_stale.IsRecent(key) && !IsRun(data);
@@ -142,6 +145,8 @@ Verdict GuardedJudge::Believe(const Reply& reply, uint64_t key) {
     return verdict;
 }
 
-uint32_t GuardedJudge::MomentMs() const { return 4 * m_link.AnswerMs() + kMomentSlackMs; }
+uint32_t GuardedJudge::MomentMs() const {
+    return 4 * m_link.AnswerMs() + kMomentSlackMs;
+}
 
 }  // namespace brenholt

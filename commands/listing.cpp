@@ -19,7 +19,8 @@ constexpr size_t kCountAt = 5;
 constexpr size_t kRecordsAt = 6;
 constexpr ExchangeRules kRules{kPaceGently, kPaceKept, false};
 
-// Pages that bring nothing, or nothing that the caller has room for: a panel may promise so many more.
+// Pages that bring nothing, or nothing that the caller has room for: a panel may promise so many
+// more.
 constexpr int kMaxIdlePages = 64;
 
 void Fill(PanelDirEntry& entry, const RecordWalk::Entry& source) {
@@ -122,7 +123,8 @@ Listing CTvUdp::ListFolder(int maxEntries, PanelDirEntry* entries) {
     return listing;
 }
 
-int CTvUdp::CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async, int final) {
+int CTvUdp::CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async,
+                  int final) {
     if (Enter(u"DR0", async, folder, nullptr, maxEntries, entries) != Head::Run) {
         return 0;
     }

@@ -27,12 +27,12 @@ int CTvUdp::CmdML(const uint8_t* block, int length, const char16_t* text, int as
     if (header == 0 || (block == nullptr && length > 0)) {
         return run.End(0);
     }
-    ReplyJudge judge([](const Reply& reply) {
-        return IsNoCase(reply, kAck) ? Verdict::Done : Verdict::Again;
-    });
+    ReplyJudge judge(
+        [](const Reply& reply) { return IsNoCase(reply, kAck) ? Verdict::Done : Verdict::Again; });
     std::span<const uint8_t> rest(block, static_cast<size_t>(std::max(length, 0)));
     while (!rest.empty()) {
-        const std::span<const uint8_t> slice = rest.first(std::min(kMaxDatagram - header, rest.size()));
+        const std::span<const uint8_t> slice =
+            rest.first(std::min(kMaxDatagram - header, rest.size()));
         rest = rest.subspan(slice.size());
         std::copy(slice.begin(), slice.end(), m_txBuf.begin() + static_cast<ptrdiff_t>(header));
         if (rest.empty()) {

@@ -81,8 +81,8 @@ int CTvUdp::CmdVS(uint16_t* a, uint16_t* b, uint16_t* c, int async) {
     return run.End(Exchange(-1, {}, judge) == Outcome::Done ? 1 : 0);
 }
 
-int CTvUdp::CmdIP(const char16_t* address, int /*async*/, std::u16string& project, uint16_t* version,
-                  uint16_t* cpu) {
+int CTvUdp::CmdIP(const char16_t* address, int /*async*/, std::u16string& project,
+                  uint16_t* version, uint16_t* cpu) {
     if (address == nullptr || *address == u'\0') {
         return 0;
     }

@@ -10,7 +10,9 @@ namespace brenholt {
 inline constexpr std::string_view kAck = "ACK";
 inline constexpr std::string_view kNak = "NAK";
 
-inline bool Is(const Reply& reply, std::string_view word) { return reply.Bytes() == word; }
+inline bool Is(const Reply& reply, std::string_view word) {
+    return reply.Bytes() == word;
+}
 inline bool IsNoCase(const Reply& reply, std::string_view word) {
     return EqualNoCase(reply.Bytes(), word);
 }

@@ -16,11 +16,21 @@ int CTvUdp::RunText(std::u16string_view token, const char16_t* arg, int async, b
     return run.End(Exchange(-1, {}, judge) == Outcome::Done ? 1 : 0);
 }
 
-int CTvUdp::CmdTM(int async) { return RunText(u"TM", nullptr, async, false); }
-int CTvUdp::CmdEX(const char16_t* arg, int async) { return RunText(u"EX", arg, async, false); }
-int CTvUdp::CmdCL(const char16_t* arg, int async) { return RunText(u"CL", arg, async, false); }
-int CTvUdp::CmdRM(const char16_t* arg, int async) { return RunText(u"RM", arg, async, true); }
-int CTvUdp::CmdMD(const char16_t* arg, int async) { return RunText(u"MD", arg, async, true); }
+int CTvUdp::CmdTM(int async) {
+    return RunText(u"TM", nullptr, async, false);
+}
+int CTvUdp::CmdEX(const char16_t* arg, int async) {
+    return RunText(u"EX", arg, async, false);
+}
+int CTvUdp::CmdCL(const char16_t* arg, int async) {
+    return RunText(u"CL", arg, async, false);
+}
+int CTvUdp::CmdRM(const char16_t* arg, int async) {
+    return RunText(u"RM", arg, async, true);
+}
+int CTvUdp::CmdMD(const char16_t* arg, int async) {
+    return RunText(u"MD", arg, async, true);
+}
 int CTvUdp::CmdFile(const char16_t* arg, int bFF, int async) {
     return RunText(bFF != 0 ? u"FF" : u"FD", arg, async, true);
 }

@@ -6,8 +6,8 @@
 
 namespace brenholt {
 
-// Lives for the length of a command's run and ends the command on every way out, once: with the value
-// given to End, or 0. With `final` 0 the caller's run ends it.
+// Lives for the length of a command's run and ends the command on every way out, once: with the
+// value given to End, or 0. With `final` 0 the caller's run ends it.
 class CommandRun {
  public:
     CommandRun(CTvUdp& link, int final) : m_link(final != 0 ? &link : nullptr) {}

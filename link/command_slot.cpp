@@ -38,8 +38,10 @@ constexpr std::array<Handler, 13> kHandlers{{
      [](CTvUdp& link, const CommandSlot& s) {
          return link.CmdUP(s.m_strArg1.c_str(), s.m_strArg2.c_str(), 0, 1);
      }},
-    {u"FF", [](CTvUdp& link, const CommandSlot& s) { return link.CmdFile(s.m_strArg1.c_str(), 1, 0); }},
-    {u"FD", [](CTvUdp& link, const CommandSlot& s) { return link.CmdFile(s.m_strArg1.c_str(), 0, 0); }},
+    {u"FF",
+     [](CTvUdp& link, const CommandSlot& s) { return link.CmdFile(s.m_strArg1.c_str(), 1, 0); }},
+    {u"FD",
+     [](CTvUdp& link, const CommandSlot& s) { return link.CmdFile(s.m_strArg1.c_str(), 0, 0); }},
     {u"MD", [](CTvUdp& link, const CommandSlot& s) { return link.CmdMD(s.m_strArg1.c_str(), 0); }},
     {u"ML0+",
      [](CTvUdp& link, const CommandSlot& s) {
@@ -56,7 +58,9 @@ constexpr std::array<Handler, 13> kHandlers{{
      }},
 }};
 
-std::u16string TextOrEmpty(const char16_t* text) { return text != nullptr ? text : u""; }
+std::u16string TextOrEmpty(const char16_t* text) {
+    return text != nullptr ? text : u"";
+}
 
 }  // namespace
 

@@ -17,7 +17,8 @@ SharedWord g_bInRecv{0};
 
 uint64_t Judge::Key(const Reply& reply) const {
     const std::span<const uint8_t> bytes = reply.Datagram();
-    return std::hash<std::string_view>{}({reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+    return std::hash<std::string_view>{}(
+        {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
 }
 
 namespace {
@@ -92,8 +93,8 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
                 reply = Reply(std::span(m_rxBuf).first(static_cast<size_t>(n)));
                 return 1;
             }
-            // The target speaks, but not as the panel that was asked: an empty datagram from its port
-            // or any other from elsewhere ends the wait.
+            // The target speaks, but not as the panel that was asked: an empty datagram from its
+            // port or any other from elsewhere ends the wait.
             if (fromTarget && fromPort == (n == 0)) {
                 return 0;
             }
@@ -120,7 +121,8 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
         const auto timeout = static_cast<uint32_t>(m_nTimeoutMs.load());
         Reply reply;
         Verdict verdict = Verdict::Wait;
-        while (verdict == Verdict::Wait && RecvReply(reply, start, judge.WaitMs(start, timeout)) != 0) {
+        while (verdict == Verdict::Wait &&
+               RecvReply(reply, start, judge.WaitMs(start, timeout)) != 0) {
             verdict = judge.OnReply(reply);
         }
         PaceRule rule = rules.onAgain;
@@ -156,7 +158,9 @@ void CTvUdp::NoteSettled(uint64_t key, int resends, uint32_t answerMs) {
     m_stale.Settled(key, resends, prompt, StaleLifetimeMs());
 }
 
-uint32_t CTvUdp::StaleLifetimeMs() const { return 3 * static_cast<uint32_t>(m_nTimeoutMs.load()); }
+uint32_t CTvUdp::StaleLifetimeMs() const {
+    return 3 * static_cast<uint32_t>(m_nTimeoutMs.load());
+}
 
 void CTvUdp::RaisePace(PaceRule rule) {
     if (m_nPaceMs < rule.below) {

@@ -44,7 +44,8 @@ class Judge {
     // The datagram goes out, for the `attempt`th time counted from 0.
     virtual void OnSend(int /*attempt*/) {}
     virtual Verdict OnReply(const Reply& reply) = 0;
-    // How long the attempt that began at tick `start` waits for a (further) reply, counted from its start.
+    // How long the attempt that began at tick `start` waits for a (further) reply, counted from its
+    // start.
     virtual uint32_t WaitMs(uint32_t /*start*/, uint32_t timeoutMs) { return timeoutMs; }
     // The attempt ended without an answer. Done or Failed settles it by a reply that was held back,
     // given in `held`; Again counts it as failed.
@@ -64,7 +65,8 @@ class ReplyJudge final : public Judge {
     Callable m_callable;
 };
 
-// The packet counter of a transfer, as a digit: 0, 1 to 9, 1 again. '0' marks the first packet only.
+// The packet counter of a transfer, as a digit: 0, 1 to 9, 1 again. '0' marks the first packet
+// only.
 template <class Char>
 constexpr Char NextDigit(Char digit) {
     return digit >= '9' ? Char{'1'} : static_cast<Char>(digit + 1);

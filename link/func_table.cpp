@@ -1,5 +1,5 @@
-// The exported table: every entry point forwards to the link, reads a word of it, or asks for a cancel.
-// Nothing that is thrown inside leaves here: it is a failure, 0.
+// The exported table: every entry point forwards to the link, reads a word of it, or asks for a
+// cancel. Nothing that is thrown inside leaves here: it is a failure, 0.
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
 
@@ -15,7 +15,9 @@ int Guarded(Body body) noexcept {
     }
 }
 
-int Mode() { return g_link.m_bAsyncMode; }
+int Mode() {
+    return g_link.m_bAsyncMode;
+}
 
 int32_t FnStart(int32_t retries, int32_t timeoutMs, int32_t asyncMode) {
     return Guarded([=] { return g_link.Start(retries, timeoutMs, asyncMode); });
@@ -68,18 +70,30 @@ void FnStop() {
         return 0;
     });
 }
-int32_t FnIsBusy() { return g_link.m_bBusy; }
-void FnCancel() { g_link.m_bCancel = 1; }
-int32_t FnGetResult() { return g_link.m_nResult; }
+int32_t FnIsBusy() {
+    return g_link.m_bBusy;
+}
+void FnCancel() {
+    g_link.m_bCancel = 1;
+}
+int32_t FnGetResult() {
+    return g_link.m_nResult;
+}
 int32_t FnGetUnits(int32_t nMaxRows, BrenholtUnitRow* rows) {
     return Guarded([=] { return g_link.GetUnits(nMaxRows, reinterpret_cast<uint8_t*>(rows)); });
 }
 int32_t FnUseUnit(const char16_t* address) {
     return Guarded([=] { return g_link.UseUnit(address); });
 }
-int32_t FnGetTargetCpu() { return g_link.m_nTargetCpu; }
-int32_t FnGetTargetVersion() { return g_link.m_nTargetVersion; }
-const char16_t* FnGetTargetIp() { return g_link.m_strTargetIp.c_str(); }
+int32_t FnGetTargetCpu() {
+    return g_link.m_nTargetCpu;
+}
+int32_t FnGetTargetVersion() {
+    return g_link.m_nTargetVersion;
+}
+const char16_t* FnGetTargetIp() {
+    return g_link.m_strTargetIp.c_str();
+}
 
 }  // namespace
 }  // namespace brenholt

@@ -8,9 +8,12 @@ namespace brenholt {
 
 Reply::Reply(std::span<const uint8_t> datagram)
     : m_datagram(datagram),
-      m_text(UpToNul({reinterpret_cast<const char*>(datagram.data()), datagram.size()})) {}
+      m_text(UpToNul({reinterpret_cast<const char*>(datagram.data()), datagram.size()})) {
+}
 
-std::u16string Reply::Text() const { return MultiByteToWideChar(m_text); }
+std::u16string Reply::Text() const {
+    return MultiByteToWideChar(m_text);
+}
 
 std::optional<char16_t> Reply::Marker() const {
     const std::string_view head = m_text.substr(0, kMarkerPosition + 1);

@@ -46,7 +46,8 @@ void StaleReplies::Forget(uint64_t key) {
 }
 
 bool StaleReplies::IsRecent(uint64_t key) const {
-    const auto end = m_recent.begin() + static_cast<ptrdiff_t>(std::min(m_believed, m_recent.size()));
+    const auto end =
+        m_recent.begin() + static_cast<ptrdiff_t>(std::min(m_believed, m_recent.size()));
     return std::find(m_recent.begin(), end, key) != end;
 }
 
@@ -63,7 +64,8 @@ int StaleReplies::TakeUnseen() {
 
 void StaleReplies::DropExpired() {
     const uint32_t now = GetTickCount();
-    std::erase_if(m_twins, [now](const Expected& twin) { return now - twin.since > twin.lifetimeMs; });
+    std::erase_if(m_twins,
+                  [now](const Expected& twin) { return now - twin.since > twin.lifetimeMs; });
 }
 
 }  // namespace brenholt

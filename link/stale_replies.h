@@ -1,6 +1,6 @@
-// Replies that may still be on their way: a request that was sent more than once, or given up, can be
-// answered when nobody asks any more. Taken for the answer to a later request, such a reply would be
-// stored as file content.
+// Replies that may still be on their way: a request that was sent more than once, or given up, can
+// be answered when nobody asks any more. Taken for the answer to a later request, such a reply
+// would be stored as file content.
 #ifndef BRENHOLT_LINK_STALE_REPLIES_H
 #define BRENHOLT_LINK_STALE_REPLIES_H
 
@@ -14,12 +14,12 @@ namespace brenholt {
 // Used by the thread that runs the exchange. Times are ticks.
 class StaleReplies {
  public:
-    // A request was settled by a reply with this key while `unanswered` of its sends had brought nothing:
-    // as many twins of the reply may come. `prompt`: the reply came as fast after the last send as
-    // replies do, so that the earlier sends were rather lost than late.
+    // A request was settled by a reply with this key while `unanswered` of its sends had brought
+    // nothing: as many twins of the reply may come. `prompt`: the reply came as fast after the last
+    // send as replies do, so that the earlier sends were rather lost than late.
     void Settled(uint64_t key, int unanswered, bool prompt, uint32_t lifetimeMs);
-    // A request was given up, last sent at tick `since`; replies that nobody has seen may come until
-    // `lifetimeMs` after that.
+    // A request was given up, last sent at tick `since`; replies that nobody has seen may come
+    // until `lifetimeMs` after that.
     void GivenUp(int unanswered, uint32_t since, uint32_t lifetimeMs);
 
     enum class Twin { None, Late, Prompt };
@@ -28,8 +28,8 @@ class StaleReplies {
     // No more twins with this key are expected.
     void Forget(uint64_t key);
 
-    // A reply was believed, and whether one with this key was among the last few: the network may have
-    // doubled it.
+    // A reply was believed, and whether one with this key was among the last few: the network may
+    // have doubled it.
     void Believed(uint64_t key) { m_recent[m_believed++ % m_recent.size()] = key; }
     bool IsRecent(uint64_t key) const;
 

@@ -14,14 +14,15 @@ namespace brenholt {
 
 // Where datagrams go and from where replies count, worked out once for each text.
 struct Route {
-    uint32_t address = 0;     // network byte order, as inet_addr reads the text
-    bool given = false;       // the text is not empty
-    bool sendable = false;    // the text is 1 to 20 bytes in the code page
-    bool answerable = false;  // the text is what inet_ntoa gives for the address; else no reply matches
+    uint32_t address = 0;   // network byte order, as inet_addr reads the text
+    bool given = false;     // the text is not empty
+    bool sendable = false;  // the text is 1 to 20 bytes in the code page
+    bool answerable =
+        false;  // the text is what inet_ntoa gives for the address; else no reply matches
 };
 
-// Changes under the link's lock only; GetRoute and c_str may be called at any time from any thread and
-// see the old target or the new one, never a mixture.
+// Changes under the link's lock only; GetRoute and c_str may be called at any time from any thread
+// and see the old target or the new one, never a mixture.
 class CTargetAddress {
  public:
     explicit CTargetAddress(std::u16string_view text);

@@ -1,6 +1,6 @@
 // The link: one object that is the socket of the commands, the record of the target, the one-deep
-// command slot and the owner of the worker, the beacon listener and the lists. Its sections stand in the
-// order of the rooms that define them.
+// command slot and the owner of the worker, the beacon listener and the lists. Its sections stand
+// in the order of the rooms that define them.
 #ifndef BRENHOLT_LINK_TV_UDP_H
 #define BRENHOLT_LINK_TV_UDP_H
 
@@ -53,37 +53,41 @@ class CTvUdp : public CAsyncSocket {
 
     // ---- link/lifecycle.cpp ------------------------------------------------------------------
 
-    // Opens the socket, starts the worker and the listener. The settings are stored in any case. 1 when
-    // both run; 0 when the link ran already or no thread can be had.
+    // Opens the socket, starts the worker and the listener. The settings are stored in any case. 1
+    // when both run; 0 when the link ran already or no thread can be had.
     int Start(int retries, int timeoutMs, int asyncMode);
-    // Stops the listener, cancels the running command, waits for the worker's end, closes the socket.
+    // Stops the listener, cancels the running command, waits for the worker's end, closes the
+    // socket.
     void Stop();
     // In a forked child, where the threads are not: brings the object to the stopped state.
     void AbandonInChild();
 
     // ---- link/command_slot.cpp ---------------------------------------------------------------
 
-    // Fills the slot and raises m_bBusy; null texts count as empty, and the texts may be the slot's own.
-    void BeginCommand(std::u16string_view token, int posted, const char16_t* arg1, const char16_t* arg2,
-                      int nArg, void* p1, void* p2, void* p3);
+    // Fills the slot and raises m_bBusy; null texts count as empty, and the texts may be the slot's
+    // own.
+    void BeginCommand(std::u16string_view token, int posted, const char16_t* arg1,
+                      const char16_t* arg2, int nArg, void* p1, void* p2, void* p3);
     // Empties the slot, publishes the result, lets m_bBusy fall last.
     void EndCommand(int result);
     // The worker's body: a pass every 10 ms until m_bStop.
     static unsigned ServiceThread(void* link);
-    // One pass: runs the posted command, if there is one and nobody waits for a reply. Gives m_bStop.
+    // One pass: runs the posted command, if there is one and nobody waits for a reply. Gives
+    // m_bStop.
     int ServiceOnce();
 
     // ---- link/exchange.cpp -------------------------------------------------------------------
 
-    // Writes "Cmd=", token, first argument and a NUL into m_txBuf; gives their length in bytes, or 0
-    // when token or argument exceed 255 bytes in the system code page.
+    // Writes "Cmd=", token, first argument and a NUL into m_txBuf; gives their length in bytes, or
+    // 0 when token or argument exceed 255 bytes in the system code page.
     int BuildHeader();
-    // Sends the first `length` bytes of m_txBuf to the target; below 0: builds the header and sends just
-    // that. False when there is nothing that could be sent (header or address text too long); a send
-    // that fails on the network is not told.
+    // Sends the first `length` bytes of m_txBuf to the target; below 0: builds the header and sends
+    // just that. False when there is nothing that could be sent (header or address text too long);
+    // a send that fails on the network is not told.
     bool SendPacket(int length);
-    // Waits for one reply from the target until `timeoutMs` after `start` (a tick). 1 with the reply, 0
-    // on timeout, cancel, a datagram from another port of the target, or an empty one from its port.
+    // Waits for one reply from the target until `timeoutMs` after `start` (a tick). 1 with the
+    // reply, 0 on timeout, cancel, a datagram from another port of the target, or an empty one from
+    // its port.
     int RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs);
     // The loop of attempts that every command shares; see link/exchange.h.
     Outcome Exchange(int length, const ExchangeRules& rules, Judge& judge);
@@ -105,13 +109,14 @@ class CTvUdp : public CAsyncSocket {
 
     // Asks for three words; each pointer may be null.
     int CmdVS(uint16_t* a, uint16_t* b, uint16_t* c, int async);
-    // Asks any address who it is: two attempts of 1000 ms. Outputs are untouched on failure (`cpu`: 0
-    // ARM, 1 X86; `version` in hundredths). The target and the settings are put back on every way out.
+    // Asks any address who it is: two attempts of 1000 ms. Outputs are untouched on failure (`cpu`:
+    // 0 ARM, 1 X86; `version` in hundredths). The target and the settings are put back on every way
+    // out.
     int CmdIP(const char16_t* address, int async, std::u16string& project, uint16_t* version,
               uint16_t* cpu);
 
-    // Lists a panel folder into `entries`; gives the number of entries. `final` 0 leaves the command
-    // open: its caller ends it.
+    // Lists a panel folder into `entries`; gives the number of entries. `final` 0 leaves the
+    // command open: its caller ends it.
     int CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async, int final);
     // Sends the host file `local`.
     int CmdDL(const char16_t* local, const char16_t* remote, int async);
@@ -124,7 +129,8 @@ class CTvUdp : public CAsyncSocket {
 
     // ---- discovery/ --------------------------------------------------------------------------
 
-    // -1 for null, 0 when the address is in the list already, else the number of entries. Saves the file.
+    // -1 for null, 0 when the address is in the list already, else the number of entries. Saves the
+    // file.
     int AddUserUnit(const CTavrinUnit* unit);
     // 1 when an entry was removed, else 0. Saves the file.
     int RemoveUserUnit(const char16_t* ip);
@@ -177,8 +183,9 @@ class CTvUdp : public CAsyncSocket {
  private:
     // What the head of a command decided.
     enum class Head { Refused, Posted, Run };
-    Head Enter(std::u16string_view token, int async, const char16_t* arg1, const char16_t* arg2 = nullptr,
-               int nArg = 0, void* p1 = nullptr, void* p2 = nullptr, void* p3 = nullptr);
+    Head Enter(std::u16string_view token, int async, const char16_t* arg1,
+               const char16_t* arg2 = nullptr, int nArg = 0, void* p1 = nullptr, void* p2 = nullptr,
+               void* p3 = nullptr);
     void RaisePace(PaceRule rule);
     void NoteSettled(uint64_t key, int resends, uint32_t answerMs);
     uint32_t StaleLifetimeMs() const;
@@ -186,7 +193,8 @@ class CTvUdp : public CAsyncSocket {
     Listing ListFolder(int maxEntries, PanelDirEntry* entries);
     bool FetchFile(std::u16string_view remote, const CFolder& folder);
     bool SendFile(const CFileStatus& file);
-    bool WalkFolder(const std::u16string& remote, const std::u16string& local, const WalkPlace& place);
+    bool WalkFolder(const std::u16string& remote, const std::u16string& local,
+                    const WalkPlace& place);
     int RunText(std::u16string_view token, const char16_t* arg, int async, bool needsAck);
     void Adopt(std::u16string_view ip, std::u16string_view project, int32_t cpu, int32_t version);
 

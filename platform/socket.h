@@ -46,7 +46,7 @@ class CAsyncSocket {
     int TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from);
 
     CDescriptor m_socket;
-    uint64_t m_spinUntil = 0;  // nanoseconds of the monotonic clock
+    [[maybe_unused]] uint64_t m_spinUntil = 0;  // nanoseconds of the monotonic clock
 };
 
 }  // namespace brenholt

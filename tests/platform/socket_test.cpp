@@ -44,7 +44,8 @@ class SocketTest : public testing::Test {
         ASSERT_TRUE(sender.Create(FreePort()));
     }
     void Send(size_t size) {
-        EXPECT_EQ(sender.SendTo(std::vector<uint8_t>(size, 'x'), Loopback(port)), static_cast<int>(size));
+        EXPECT_EQ(sender.SendTo(std::vector<uint8_t>(size, 'x'), Loopback(port)),
+                  static_cast<int>(size));
     }
     int Receive(uint32_t waitMs = 1000) { return receiver.ReceiveFrom(buffer, from, waitMs); }
 

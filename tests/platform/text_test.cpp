@@ -34,17 +34,19 @@ TEST(TextTest, PlainLocaleCountsAsUtf8) {
 
 TEST(TextTest, OtherCodePageComposesAndSubstitutes) {
     EXPECT_TRUE(HoldsUnderLocale("latin1", [] {
-        return WideCharToMultiByte(u"a\u0308") == "\xE4" && WideCharToMultiByte(u"\u4E00x") == "\x1Ax" &&
+        return WideCharToMultiByte(u"a\u0308") == "\xE4" &&
+               WideCharToMultiByte(u"\u4E00x") == "\x1Ax" &&
                MultiByteToWideChar("\xE4") == u"\u00E4";
     }));
 }
 
 TEST(TextTest, BytesThatAreNotTextSurvive) {
     const std::string samples[] = {
-        "\xFF", "ok\x80\xC3", "\xC3\xA4\xC3", "\xED\xA0\x80", "\xF0\x9F\x98", "\xC0\xAF",
-        std::string("a\0\xFE", 3)};
+        "\xFF",         "ok\x80\xC3", "\xC3\xA4\xC3",           "\xED\xA0\x80",
+        "\xF0\x9F\x98", "\xC0\xAF",   std::string("a\0\xFE", 3)};
     for (const std::string& bytes : samples) {
-        EXPECT_EQ(WideCharToMultiByte(MultiByteToWideChar(bytes)), bytes) << testing::PrintToString(bytes);
+        EXPECT_EQ(WideCharToMultiByte(MultiByteToWideChar(bytes)), bytes)
+            << testing::PrintToString(bytes);
     }
     std::string all;
     for (int i = 0; i < 256; ++i) {
@@ -54,7 +56,8 @@ TEST(TextTest, BytesThatAreNotTextSurvive) {
     const std::string decomposed = "e\u0301.txt";
     EXPECT_NE(WideCharToMultiByte(MultiByteToWideChar(decomposed)), decomposed);
     EXPECT_EQ(WideCharToMultiByte(WidenName(decomposed)), decomposed);
-    EXPECT_EQ(WidenName("\u00E9\xFF"), MultiByteToWideChar("\u00E9\xFF")) << "readable where it can be";
+    EXPECT_EQ(WidenName("\u00E9\xFF"), MultiByteToWideChar("\u00E9\xFF"))
+        << "readable where it can be";
     EXPECT_NE(WideCharToMultiByte(u"\xD800"), "");
 }
 
@@ -62,8 +65,13 @@ TEST(TextTest, NumbersAreReadLikeTheRunTimeLibraryReadsThem) {
     const struct {
         const char16_t* text;
         int32_t value;
-    } decimals[] = {{u"", 0},     {u" \t+12x", 12}, {u"-7", -7},  {u"--7", 0},
-                    {u"_102", 0}, {u"0x10", 0},     {u"99999999999", INT32_MAX},
+    } decimals[] = {{u"", 0},
+                    {u" \t+12x", 12},
+                    {u"-7", -7},
+                    {u"--7", 0},
+                    {u"_102", 0},
+                    {u"0x10", 0},
+                    {u"99999999999", INT32_MAX},
                     {u"-99999999999", INT32_MIN}};
     for (const auto& d : decimals) {
         EXPECT_EQ(_wtoi(d.text), d.value);
@@ -77,8 +85,9 @@ TEST(TextTest, NumbersAreReadLikeTheRunTimeLibraryReadsThem) {
 }
 
 TEST(PathTest, NamesFromAPanelAreOneComponent) {
-    for (const std::string& bad : {std::string(), std::string("."), std::string(".."), std::string("a/b"),
-                                   std::string("..\\x"), std::string("/abs"), std::string("a\0b", 3)}) {
+    for (const std::string& bad :
+         {std::string(), std::string("."), std::string(".."), std::string("a/b"),
+          std::string("..\\x"), std::string("/abs"), std::string("a\0b", 3)}) {
         EXPECT_FALSE(IsPlainName(bad)) << testing::PrintToString(bad);
     }
     for (const char* good : {"a", "...", "..a", " ", "C:", "\xFF"}) {

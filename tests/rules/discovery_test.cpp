@@ -14,12 +14,18 @@ TEST(DescriptorTest, IsReadFromItsEnd) {
         int cpu;
         const char16_t* project;
     } cases[] = {
-        {u"Line1_ARM_0102", 102, kCpuArm, u"Line1"},   {u"My_Line_X86_0310", 310, kCpuX86, u"My_Line"},
-        {u"_ARM_0102", 102, kCpuArm, u""},             {u"Line1_arm_0102", 102, kCpuUnknown, u"Line1"},
-        {u"Line1_ARM_01x2", 1, kCpuArm, u"Line1"},     {u"Line1_ARM_-123", -123, kCpuArm, u"Line1"},
-        {u"Line1_ARM_102", 0, kCpuArm, u"Line1"},      {u"Line1_ARM_10234", 234, kCpuUnknown, u"Line14"},
-        {u"Line1_ARM_", 0, kCpuArm, u"Line1"},         {u"Line1_0102", 102, kCpuUnknown, u"1"},
-        {u"Project1234", 1234, kCpuUnknown, u"34"},    {u"Panel", 0, kCpuUnknown, u""},
+        {u"Line1_ARM_0102", 102, kCpuArm, u"Line1"},
+        {u"My_Line_X86_0310", 310, kCpuX86, u"My_Line"},
+        {u"_ARM_0102", 102, kCpuArm, u""},
+        {u"Line1_arm_0102", 102, kCpuUnknown, u"Line1"},
+        {u"Line1_ARM_01x2", 1, kCpuArm, u"Line1"},
+        {u"Line1_ARM_-123", -123, kCpuArm, u"Line1"},
+        {u"Line1_ARM_102", 0, kCpuArm, u"Line1"},
+        {u"Line1_ARM_10234", 234, kCpuUnknown, u"Line14"},
+        {u"Line1_ARM_", 0, kCpuArm, u"Line1"},
+        {u"Line1_0102", 102, kCpuUnknown, u"1"},
+        {u"Project1234", 1234, kCpuUnknown, u"34"},
+        {u"Panel", 0, kCpuUnknown, u""},
         {u"", 0, kCpuUnknown, u""},
     };
     CTavrinUnit unit(u"10.0.0.1", 5);
@@ -82,7 +88,8 @@ TEST_F(PingTest, DescriptorFollowsEachBeaconThatHasOne) {
     ASSERT_EQ(Listed(), std::vector<std::string>{"10.0.0.1 Line1"});
     EXPECT_EQ(ping.m_listUnits.front()->m_nPort, 4000) << "the port of the first beacon stays";
     Hear("10.0.0.1", std::string(kGreeting) + "?" + '\0' + "Line2_X86_0001");
-    EXPECT_EQ(ping.m_listUnits.front()->m_nCpu, kCpuUnknown) << "an empty descriptor is a descriptor";
+    EXPECT_EQ(ping.m_listUnits.front()->m_nCpu, kCpuUnknown)
+        << "an empty descriptor is a descriptor";
     EXPECT_EQ(ping.SelectUnit(u"10.0.0.1"), 1);
     EXPECT_EQ(ping.SelectUnit(u"10.0.0.2"), 0);
     EXPECT_EQ(ping.m_strSelIp, u"10.0.0.1");

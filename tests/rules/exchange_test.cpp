@@ -13,8 +13,9 @@ TEST_F(ExchangeTest, RequestIsPrefixTokenArgumentAndNul) {
     EXPECT_EQ(link->CmdEX(nullptr, 0), 1);
     EXPECT_EQ(link->CmdFile(u"x", 1, 0), 1);
     EXPECT_EQ(link->CmdFile(u"x", 0, 0), 1);
-    EXPECT_EQ(sent, (std::vector<std::string>{WithNul("Cmd=TM"), WithNul("Cmd=EXaBc"), WithNul("Cmd=EX"),
-                                              WithNul("Cmd=FFx"), WithNul("Cmd=FDx")}));
+    EXPECT_EQ(sent,
+              (std::vector<std::string>{WithNul("Cmd=TM"), WithNul("Cmd=EXaBc"), WithNul("Cmd=EX"),
+                                        WithNul("Cmd=FFx"), WithNul("Cmd=FDx")}));
 }
 
 TEST_F(ExchangeTest, ArgumentsThatDoNotFitAreRefusedUnsent) {
@@ -69,9 +70,9 @@ TEST_F(ExchangeTest, WaitTreatsWhatArrivesBySource) {
         const char* bytes;
         Effect effect;
     } cases[] = {
-        {kPanel, 10251, "x", Accepted},        {kPanel, 10250, "x", EndsWait},
-        {"192.168.0.2", 10251, "x", Dropped},  {"192.168.0.2", 9, "", Dropped},
-        {kPanel, 10251, "", EndsWait},         {kPanel, 10250, "", Dropped},
+        {kPanel, 10251, "x", Accepted},       {kPanel, 10250, "x", EndsWait},
+        {"192.168.0.2", 10251, "x", Dropped}, {"192.168.0.2", 9, "", Dropped},
+        {kPanel, 10251, "", EndsWait},        {kPanel, 10250, "", Dropped},
     };
     link->m_nRetries = 1;
     for (const auto& c : cases) {
@@ -131,7 +132,8 @@ TEST_F(ExchangeTest, SlotPassesACommandToTheWorker) {
     g_bInRecv = 0;
     link->m_bCancel = 1;
     link->ServiceOnce();
-    EXPECT_EQ(sent, std::vector<std::string>{WithNul("Cmd=RMfile")}) << "a cancel before the run is lost";
+    EXPECT_EQ(sent, std::vector<std::string>{WithNul("Cmd=RMfile")})
+        << "a cancel before the run is lost";
     EXPECT_EQ(link->m_nResult, 1);
     EXPECT_EQ(link->m_bBusy, 0);
     link->m_nResult = 7;
@@ -163,7 +165,7 @@ TEST_F(ExchangeTest, IdentityQueryPutsEverythingBack) {
     } failures[] = {
         {{}, 0, 2},
         {{"NAK"}, 0, 1},
-        {{"IP:ARM:0123"}, 0, 1},            // 11 characters
+        {{"IP:ARM:0123"}, 0, 1},  // 11 characters
         {{"XX:ARM:0123:", "YY:ARM:0123:"}, 0, 2},
         {{"IP:arm:0123:", "IP:ARM:0123:"}, 0, 1},
     };

@@ -13,7 +13,9 @@ namespace {
 
 std::string Record(const std::string& name, uint32_t size = 5, uint32_t attributes = 0x20) {
     std::array<uint8_t, kRecordSize> bytes{};
-    WriteRecord(bytes, {size, {.dwLowDateTime = 0x11223344, .dwHighDateTime = 0x01DA0000}, attributes,
+    WriteRecord(bytes, {size,
+                        {.dwLowDateTime = 0x11223344, .dwHighDateTime = 0x01DA0000},
+                        attributes,
                         static_cast<uint8_t>(name.size())});
     return std::string(bytes.begin(), bytes.end()) + name;
 }
@@ -55,7 +57,8 @@ class ListingTest : public LinkFixture {
 
 TEST_F(ListingTest, PagesFillEntries) {
     const std::string longName(255, 'n');
-    AnswerInTurn({Page('+', {Record("a"), Record(std::string("b\0c", 3))}), Page('0', {Record(longName)})});
+    AnswerInTurn(
+        {Page('+', {Record("a"), Record(std::string("b\0c", 3))}), Page('0', {Record(longName)})});
     std::memset(entries.data(), 'x', entries.size() * sizeof entries[0]);
     EXPECT_EQ(List(), 3);
     EXPECT_EQ(Tokens(), "01");
@@ -64,7 +67,8 @@ TEST_F(ListingTest, PagesFillEntries) {
     EXPECT_EQ(entries[0].ftLastWrite.dwHigh, 0x01DA0000U);
     EXPECT_EQ(entries[0].dwAttributes, 0x20U);
     EXPECT_STREQ(entries[0].szName, "a");
-    EXPECT_EQ(std::memcmp(entries[1].szName, "b\0\0\0x", 5), 0) << "zeros to the name's length, no more";
+    EXPECT_EQ(std::memcmp(entries[1].szName, "b\0\0\0x", 5), 0)
+        << "zeros to the name's length, no more";
     EXPECT_EQ(entries[2].szName, longName);
     EXPECT_EQ(entries[3].szName[0], 'x') << "only reported entries are written";
     EXPECT_EQ(link->m_nResult, 3);
@@ -240,8 +244,10 @@ TEST_F(SendTest, DatagramDescribesItself) {
     folder.Write("name.bin", "data");
     const std::string path = folder.Path() + "/name.bin";
     const std::u16string text(path.begin(), path.end());
-    EXPECT_EQ(link->CmdML(reinterpret_cast<const uint8_t*>(std::string(1391, 'x').data()), 1391, u"", 0),
-              0) << "leaves bytes in the buffer that must not show";
+    EXPECT_EQ(
+        link->CmdML(reinterpret_cast<const uint8_t*>(std::string(1391, 'x').data()), 1391, u"", 0),
+        0)
+        << "leaves bytes in the buffer that must not show";
     sent.clear();
     EXPECT_EQ(link->CmdDL(text.c_str(), u"remote", 0), 1);
     ASSERT_EQ(sent.size(), 1U);
@@ -266,7 +272,10 @@ TEST_F(SendTest, WrongEchoIsAFailedAttempt) {
     };
     link->m_nRetries = 4;
     EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 1);
-    EXPECT_EQ(Digits(), "0000" "111" "2");
+    EXPECT_EQ(Digits(),
+              "0000"
+              "111"
+              "2");
     EXPECT_EQ(link->m_nPaceMs, 3);
     answer = [](const std::string&) { return "NAK"; };
     sent.clear();
@@ -315,7 +324,10 @@ TEST_F(SendTest, MemoryBlockMarksItsLastDatagram) {
     const struct {
         size_t length;
         std::string marks;
-    } cases[] = {{0, ""}, {1, "0-"}, {room, "0-"}, {2 * room, "0+1-"},
+    } cases[] = {{0, ""},
+                 {1, "0-"},
+                 {room, "0-"},
+                 {2 * room, "0+1-"},
                  {10 * room + 1, "0+1+2+3+4+5+6+7+8+9+1-"}};
     for (const auto& c : cases) {
         std::string block(c.length, '\0');
@@ -323,8 +335,9 @@ TEST_F(SendTest, MemoryBlockMarksItsLastDatagram) {
             block[i] = static_cast<char>(i * 7 + i / 251);
         }
         sent.clear();
-        EXPECT_EQ(link->CmdML(reinterpret_cast<const uint8_t*>(block.data()), static_cast<int>(c.length),
-                              u"text", 0), 1);
+        EXPECT_EQ(link->CmdML(reinterpret_cast<const uint8_t*>(block.data()),
+                              static_cast<int>(c.length), u"text", 0),
+                  1);
         std::string marks;
         std::string data;
         for (const std::string& request : sent) {
