@@ -55,7 +55,9 @@ class LinkFixture : public testing::Test {
     std::function<std::optional<std::string>(const std::string&)> answer;
 };
 
-inline std::string WithNul(std::string_view text) { return std::string(text) + '\0'; }
+inline std::string WithNul(std::string_view text) {
+    return std::string(text) + '\0';
+}
 
 }  // namespace brenholt
 

@@ -53,7 +53,8 @@ class SimulatedNetwork {
         if (!plan.Arrive(now).Empty()) {
             return;
         }
-        const tavrin::ByteView view(reinterpret_cast<const uint8_t*>(request.data()), request.size());
+        const tavrin::ByteView view(reinterpret_cast<const uint8_t*>(request.data()),
+                                    request.size());
         tavrin::Replies replies;
         panel.Receive({0x0A000001, kCommandPort}, view, replies);
         for (tavrin::Reply& reply : replies) {
@@ -66,8 +67,10 @@ class SimulatedNetwork {
     }
 
     void Deliver(const tavrin::Outgoing& outgoing, uint64_t number) {
-        const auto delay = std::chrono::duration_cast<std::chrono::microseconds>(outgoing.due - Now());
-        const uint64_t delayUs = static_cast<uint64_t>(std::max<int64_t>(delay.count(), 0)) + kOneWayUs;
+        const auto delay =
+            std::chrono::duration_cast<std::chrono::microseconds>(outgoing.due - Now());
+        const uint64_t delayUs =
+            static_cast<uint64_t>(std::max<int64_t>(delay.count(), 0)) + kOneWayUs;
         const uint16_t port = outgoing.other_port ? kPanelPort + 1000 : kPanelPort;
         WireDatagram datagram{kAddress, port, kCommandPort,
                               std::string(outgoing.bytes.begin(), outgoing.bytes.end())};

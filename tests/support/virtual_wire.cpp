@@ -21,7 +21,8 @@ void VirtualWire::Reset(uint64_t tickMs) {
 }
 
 void VirtualWire::Arrive(uint64_t delayUs, WireDatagram datagram) {
-    At(delayUs, [this, datagram = std::move(datagram)] { m_queues[datagram.localPort].push(datagram); });
+    At(delayUs,
+       [this, datagram = std::move(datagram)] { m_queues[datagram.localPort].push(datagram); });
 }
 
 void VirtualWire::At(uint64_t delayUs, std::function<void()> event) {
@@ -44,18 +45,26 @@ size_t VirtualWire::Waiting(uint16_t localPort) const {
     return queue != m_queues.end() ? queue->second.size() : 0;
 }
 
-uint32_t GetTickCount() { return static_cast<uint32_t>(VirtualWire::Get().NowUs() / 1000); }
+uint32_t GetTickCount() {
+    return static_cast<uint32_t>(VirtualWire::Get().NowUs() / 1000);
+}
 
-void Sleep(uint32_t milliseconds) { VirtualWire::Get().Advance(uint64_t{milliseconds} * 1000); }
+void Sleep(uint32_t milliseconds) {
+    VirtualWire::Get().Advance(uint64_t{milliseconds} * 1000);
+}
 
-bool CAsyncSocket::Create(uint16_t port) { return Create(port, {}); }
+bool CAsyncSocket::Create(uint16_t port) {
+    return Create(port, {});
+}
 
 bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter>) {
     VirtualWire::Get().m_ports[this] = port;
     return true;
 }
 
-void CAsyncSocket::Close() { VirtualWire::Get().m_ports.erase(this); }
+void CAsyncSocket::Close() {
+    VirtualWire::Get().m_ports.erase(this);
+}
 
 int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
     VirtualWire& wire = VirtualWire::Get();

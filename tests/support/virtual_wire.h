@@ -17,9 +17,9 @@ class CAsyncSocket;
 
 // A datagram between the module and the world; addresses in dotted text.
 struct WireDatagram {
-    std::string peer;       // source when it arrives, destination when the module sends
-    uint16_t peerPort = 0;  // likewise
-    uint16_t localPort = 0; // the module's port
+    std::string peer;        // source when it arrives, destination when the module sends
+    uint16_t peerPort = 0;   // likewise
+    uint16_t localPort = 0;  // the module's port
     std::string bytes;
 };
 

@@ -1,0 +1,117 @@
+// The module as a host sees it: loading, starting, choosing, waiting, cancelling.
+#include <sys/resource.h>
+
+#include <cstring>
+
+#include "tests/support/module_host.h"
+
+namespace brenholt {
+namespace {
+
+class LifetimeTest : public ModuleHost {};
+
+double CpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval& t) {
+        return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6;
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+TEST_F(LifetimeTest, BeforeStartNothingGoesAndTheTargetHasItsDefault) {
+    EXPECT_EQ(table->GetTargetCpu(), 0);
+    EXPECT_EQ(table->GetTargetVersion(), 0);
+    EXPECT_EQ(std::u16string(table->GetTargetIp()), u"192.168.0.1");
+    EXPECT_EQ(table->SelectTarget(0), 0);
+    EXPECT_EQ(table->UseUnit(u"127.0.0.2"), 0);
+    BrenholtUnitRow row{};
+    EXPECT_EQ(table->GetUnits(1, &row), 0);
+    table->Stop();
+    for (const void* spare : table->reserved) {
+        EXPECT_EQ(spare, nullptr);
+    }
+}
+
+TEST_F(LifetimeTest, StartsOnceAndAgainAfterStop) {
+    EXPECT_NE(table->Start(3, 1000, 1), 0);
+    EXPECT_EQ(table->Start(1, 10, 0), 0) << "it runs already, but takes the settings";
+    const auto start = Clock::now();
+    EXPECT_EQ(table->CmdTM(), 0);
+    EXPECT_LT(Clock::now() - start, 900ms);
+    table->Stop();
+    table->Stop();
+    EXPECT_NE(table->Start(3, 1000, 1), 0);
+}
+
+TEST_F(LifetimeTest, UnloadingLeavesNothingMapped) {
+    EXPECT_NE(table->Start(1, 50, 1), 0);
+    EXPECT_EQ(table->CmdTM(), 1);
+    table->Cancel();
+    table->Stop();
+    dlclose(module);
+    std::ifstream maps("/proc/self/maps");
+    const std::string text{std::istreambuf_iterator<char>(maps), {}};
+    EXPECT_EQ(text.find("brenholt.so"), std::string::npos);
+    SetUp();
+    EXPECT_EQ(table->GetResult(), 0);
+    EXPECT_NE(table->Start(3, 1000, 1), 0);
+}
+
+TEST_F(LifetimeTest, HeardPanelBecomesTheTarget) {
+    StartWithPanel(0);
+    BrenholtUnitRow rows[2];
+    std::memset(rows, 0xAA, sizeof rows);
+    ASSERT_EQ(table->GetUnits(2, rows), 1);
+    EXPECT_STREQ(rows[0].szIp, "127.0.0.2");
+    EXPECT_STREQ(rows[0].szProject, "Line1");
+    EXPECT_EQ(table->GetTargetCpu(), BRENHOLT_CPU_ARM);
+    EXPECT_EQ(table->GetTargetVersion(), 100);
+    EXPECT_EQ(std::u16string(table->GetTargetIp()), u"127.0.0.2");
+    EXPECT_EQ(table->UseUnit(u"127.0.0.3"), 0);
+    EXPECT_EQ(std::u16string(table->GetTargetIp()), u"127.0.0.2");
+}
+
+TEST_F(LifetimeTest, SilentWaitCostsNextToNothing) {
+    StartWithPanel(1);
+    server->Pause(0);
+    const double before = CpuSeconds();
+    EXPECT_EQ(Outcome(table->CmdTM()), 0);
+    // Three seconds of waiting; the test's own polling and a sanitizer's share are in it.
+    EXPECT_LT(CpuSeconds() - before, 3 * 0.25);
+}
+
+TEST_F(LifetimeTest, CancelEndsARunningCommand) {
+    StartWithPanel(1, 5000);
+    server->Pause(0);
+    server->log().Clear();
+    ASSERT_EQ(table->CmdEX(u"run"), 1);
+    EXPECT_EQ(table->GetResult(), 0);
+    std::this_thread::sleep_for(50ms);  // into the wait for the reply
+    const auto start = Clock::now();
+    table->Cancel();
+    EXPECT_TRUE(Eventually([this] { return table->IsBusy() == 0; }));
+    EXPECT_LT(Clock::now() - start, 500ms) << "not the timeout's five seconds";
+    EXPECT_EQ(table->GetResult(), 0);
+    server->Resume(0);
+    EXPECT_EQ(Outcome(table->CmdTM()), 1) << "a cancel does not outlive its command";
+}
+
+TEST_F(LifetimeTest, StopEndsARunningCommandAndNotAPostedOne) {
+    StartWithPanel(1, 5000);
+    server->Pause(0);
+    ASSERT_EQ(table->CmdTM(), 1);
+    std::this_thread::sleep_for(50ms);
+    auto start = Clock::now();
+    table->Stop();
+    EXPECT_LT(Clock::now() - start, 2s);
+    EXPECT_EQ(table->IsBusy(), 0);
+    server->Resume(0);
+    ASSERT_EQ(table->CmdTM(), 1) << "posted while no worker runs: it stays in the slot";
+    EXPECT_EQ(table->IsBusy(), 1);
+    ASSERT_NE(table->Start(3, 1000, 1), 0);
+    EXPECT_EQ(Outcome(1), 1);
+}
+
+}  // namespace
+}  // namespace brenholt
