@@ -51,7 +51,7 @@ TEST_F(PanelTest, RefusesMalformedRequests) {
 std::vector<std::string> Names(const std::string& page) {
     std::vector<std::string> names;
     std::size_t at = 6;
-    for (int left = page.at(5); left > 0; --left) {
+    for (auto left = static_cast<unsigned char>(page.at(5)); left > 0; --left) {
         const auto length = static_cast<unsigned char>(page.at(at + kRecordNameLength));
         names.push_back(page.substr(at + kRecordSize, length));
         at += kRecordSize + length;
