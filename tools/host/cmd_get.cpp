@@ -40,7 +40,7 @@ const PanelDirEntry* Find(const Listing& listing, const std::string& name) {
 
 // Why a file did not come.
 std::string WhyNotFetched(Session& session, const std::u16string& path, const std::string& folder) {
-    const std::string trouble = FolderTrouble(folder);
+    std::string trouble = FolderTrouble(folder);
     if (!trouble.empty()) {
         return trouble;
     }
@@ -104,12 +104,13 @@ void Get(Session& session, const Arguments& args) {
     size_t failed = 0;
     for (const std::string& remote : remotes) {
         bool ok = false;
-        if (args.recursive) {
-            const std::string name = ToBytes(LastComponent(CleanPanelPath(ForTable(remote))));
-            ok = GetFolder(session, remote, remotes.size() == 1 ? folder : folder + "/" + name,
-                           args.update);
-        } else {
+        if (!args.recursive) {
             ok = GetFile(session, remote, folder);
+        } else if (remotes.size() == 1) {
+            ok = GetFolder(session, remote, folder, args.update);
+        } else {
+            const auto name = ToBytes(LastComponent(CleanPanelPath(ForTable(remote))));
+            ok = GetFolder(session, remote, std::filesystem::path(folder) / name, args.update);
         }
         failed += ok ? 0 : 1;
     }

@@ -29,6 +29,7 @@ Module::Module(const std::string& path)
     : handle_(dlopen((path.empty() ? FindModule() : AsFile(path)).c_str(), RTLD_NOW | RTLD_LOCAL),
               &dlclose) {
     if (!handle_) {
+        // glibc keeps this text per thread. NOLINTNEXTLINE(concurrency-mt-unsafe)
         throw Failure(ExitCode::NoLink, std::string("the module cannot be loaded: ") + dlerror());
     }
     table_ = static_cast<const BrenholtTable*>(dlsym(handle_.get(), BRENHOLT_TABLE_SYMBOL));

@@ -121,11 +121,12 @@ void Session::Choose() {
 
 std::vector<Unit> Session::Heard() {
     std::vector<BrenholtUnitRow> rows(kMaxUnits);
-    const int32_t count = table().GetUnits(kMaxUnits, rows.data());
+    rows.resize(
+        static_cast<size_t>(std::clamp(table().GetUnits(kMaxUnits, rows.data()), 0, kMaxUnits)));
     std::vector<Unit> units;
-    for (int32_t i = 0; i < std::min(count, kMaxUnits); ++i) {
-        units.push_back(
-            {rows[static_cast<size_t>(i)].szIp, rows[static_cast<size_t>(i)].szProject});
+    units.reserve(rows.size());
+    for (const BrenholtUnitRow& row : rows) {
+        units.push_back({row.szIp, row.szProject});
     }
     return units;
 }

@@ -177,13 +177,12 @@ std::string Harmless(std::string_view bytes, bool bytesToo) {
 std::string Format(const char* format, ...) {
     va_list args;
     va_start(args, format);
-    va_list again;
-    va_copy(again, args);
     const int length = std::vsnprintf(nullptr, 0, format, args);
     va_end(args);
     std::string text(static_cast<size_t>(length) + 1, '\0');
-    std::vsnprintf(text.data(), text.size(), format, again);
-    va_end(again);
+    va_start(args, format);
+    std::vsnprintf(text.data(), text.size(), format, args);
+    va_end(args);
     text.pop_back();
     return text;
 }
