@@ -1,6 +1,6 @@
 """The command-line host against simulated panels, as real programs over loopback.
 
-Usage: host_test.py BRENHOLT TAVRIN_PANEL SOURCE_DIR [unittest arguments]
+Usage: host_test.py BRENHOLT TAVRIN_PANEL [unittest arguments]
 """
 
 import contextlib
@@ -18,7 +18,7 @@ import tempfile
 import time
 import unittest
 
-BRENHOLT, TAVRIN_PANEL, SOURCE = sys.argv[1:4]
+BRENHOLT, TAVRIN_PANEL = sys.argv[1:3]
 ENVIRONMENT = {**os.environ, "LC_ALL": "C.UTF-8", "TZ": "UTC"}
 
 
@@ -363,47 +363,5 @@ class Waiting(Case):
                 self.assertIn("of 4 files" if "-r" in words else "10.0 kB", updates[-1])
 
 
-class Manuals(unittest.TestCase):
-    def help(self, *words):
-        code, out, _ = run(*words, "--help")
-        self.assertEqual(code, 0)
-        return out.decode()
-
-    def test_help_man_and_completion_agree(self):
-        top = self.help()
-        names = re.findall(r"^  ([a-z][a-z-]*) ", top.split("Subcommands:")[1], re.MULTILINE)
-        self.assertEqual(len(names), 8)
-        texts = {name: self.help(name) for name in names}
-        for name, text in texts.items():
-            self.assertRegex(text, rf"Example:\n  brenholt .*{name}")
-        options = {option for text in [top, *texts.values()]
-                   for option in re.findall(r"^ +(?:-., ?|-.,)?(--[a-z]+)", text, re.MULTILINE)}
-        short = {option for text in [top, *texts.values()]
-                 for option in re.findall(r"^ +(-[a-z]),", text, re.MULTILINE)}
-        with open(os.path.join(SOURCE, "docs/man/brenholt.1")) as file:
-            manual = file.read().replace("\\-", "-")
-        with open(os.path.join(SOURCE, "tools/host/brenholt.bash-completion")) as file:
-            completion = file.read()
-        said = r"(?<![\w-])(--?[a-z][a-z-]*)"
-        self.assertGreaterEqual(len(options), 13)
-        self.assertEqual(set(re.findall(said, manual)) & {*options, *short}, options | short)
-        for option in set(re.findall(r"(?<![\w-])(--[a-z]+)", manual)):
-            self.assertIn(option, options)
-        words = set(re.findall(r"[\w-]+", completion))
-        self.assertLessEqual(options | short | set(names), words)
-        for name in names:
-            self.assertIn(f"\n.B {name}\n", manual)
-
-    def test_completion(self):
-        script = (f"source '{SOURCE}/tools/host/brenholt.bash-completion'; compopt() {{ :; }};"
-                  "COMP_WORDS=(\"$@\"); COMP_CWORD=$(($#-1)); _brenholt; echo \"${COMPREPLY[@]}\"")
-        for words, expected in ((["d"], "discover"), (["-p", "1.2.3.4", "comm"], "command"),
-                                (["command", "R"], "RM"), (["discover", "--wat"], "--watch"),
-                                (["get", "--rec"], "--recursive"), (["list", "--rec"], "")):
-            result = subprocess.run(["bash", "-c", script, "bash", "brenholt", *words],
-                                    capture_output=True, text=True, timeout=20)
-            self.assertEqual((result.stdout.strip(), result.stderr), (expected, ""), words)
-
-
 if __name__ == "__main__":
-    unittest.main(argv=[sys.argv[0], *sys.argv[4:]], verbosity=2)
+    unittest.main(argv=[sys.argv[0], *sys.argv[3:]], verbosity=2)
