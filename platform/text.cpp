@@ -1,5 +1,6 @@
 #include "platform/text.h"
 
+#include <dlfcn.h>
 #include <langinfo.h>
 #include <locale.h>
 #include <unicode/ucnv.h>
@@ -25,7 +26,17 @@ using Converter = std::unique_ptr<UConverter, ConverterCloser>;
 // A charset's name. No destructor: threads may convert while the process ends.
 using CharsetName = std::array<char, 64>;
 
+// ICU keeps its caches for the life of the process and would leave them behind if it were unloaded
+// with the module.
+void KeepIcuLoaded() {
+    Dl_info icu{};
+    if (dladdr(reinterpret_cast<const void*>(&ucnv_open), &icu) != 0) {
+        dlopen(icu.dli_fname, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+    }
+}
+
 CharsetName FindCodePage() {
+    KeepIcuLoaded();
     CharsetName found{"UTF-8"};
     const locale_t locale = newlocale(LC_CTYPE_MASK, "", nullptr);
     if (locale == nullptr) {
@@ -44,8 +55,8 @@ CharsetName FindCodePage() {
 }
 
 // A byte that is not valid becomes a lone surrogate.
-void BytesToSurrogates(const void*, UConverterToUnicodeArgs* args, const char* bytes, int32_t length,
-                       UConverterCallbackReason reason, UErrorCode* error) {
+void BytesToSurrogates(const void*, UConverterToUnicodeArgs* args, const char* bytes,
+                       int32_t length, UConverterCallbackReason reason, UErrorCode* error) {
     if (reason > UCNV_IRREGULAR) {
         return;
     }
@@ -146,8 +157,8 @@ uint32_t TakeDigits(std::u16string_view text, int base, uint32_t limit) {
         if (digit >= base) {
             break;
         }
-        value = std::min<uint64_t>(value * static_cast<unsigned>(base) + static_cast<unsigned>(digit),
-                                   limit);
+        value = std::min<uint64_t>(
+            value * static_cast<unsigned>(base) + static_cast<unsigned>(digit), limit);
     }
     return static_cast<uint32_t>(value);
 }
@@ -161,7 +172,8 @@ std::string WideCharToMultiByte(std::u16string_view text) {
     const std::u16string composed = Composed(text);
     const Converter converter = OpenConverter();
     std::string bytes;
-    bytes.resize(UCNV_GET_MAX_BYTES_FOR_STRING(composed.size(), ucnv_getMaxCharSize(converter.get())));
+    bytes.resize(
+        UCNV_GET_MAX_BYTES_FOR_STRING(composed.size(), ucnv_getMaxCharSize(converter.get())));
     UErrorCode error = U_ZERO_ERROR;
     const int32_t length =
         ucnv_fromUChars(converter.get(), bytes.data(), static_cast<int32_t>(bytes.size()),
@@ -189,10 +201,16 @@ char16_t ByteToWide(char byte) {
     return value < 0x80 ? value : static_cast<char16_t>(kByteSurrogate + value);
 }
 
-std::string_view UpToNul(std::string_view bytes) { return bytes.substr(0, bytes.find('\0')); }
+std::string_view UpToNul(std::string_view bytes) {
+    return bytes.substr(0, bytes.find('\0'));
+}
 
-bool EqualNoCase(std::string_view a, std::string_view b) { return EqualNoCaseAs(a, b); }
-bool EqualNoCase(std::u16string_view a, std::u16string_view b) { return EqualNoCaseAs(a, b); }
+bool EqualNoCase(std::string_view a, std::string_view b) {
+    return EqualNoCaseAs(a, b);
+}
+bool EqualNoCase(std::u16string_view a, std::u16string_view b) {
+    return EqualNoCaseAs(a, b);
+}
 
 std::u16string MakeUpper(std::u16string_view text) {
     std::u16string upper(text);
