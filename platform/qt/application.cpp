@@ -30,8 +30,7 @@ bool CheckApplication(const QCoreApplication& application) {
     if (qobject_cast<const QApplication*>(&application) == nullptr) {
         return Refuse("the host's Qt application is none for widgets");
     }
-    const bool ours = &application == g_made;
-    if (ours ? !t_made : application.thread() != QThread::currentThread()) {
+    if (&application == g_made || application.thread() != QThread::currentThread()) {
         return Refuse("they belong to another thread");
     }
     return true;
@@ -60,9 +59,13 @@ bool MakeApplication() {
 }  // namespace
 
 bool EnsureApplication() {
+    const QCoreApplication* application = QCoreApplication::instance();
+    if (t_made && application == g_made) {
+        return true;
+    }
     static std::mutex mutex;
     const std::lock_guard lock(mutex);
-    const QCoreApplication* application = QCoreApplication::instance();
+    application = QCoreApplication::instance();
     return application != nullptr ? CheckApplication(*application) : MakeApplication();
 }
 
