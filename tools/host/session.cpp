@@ -80,10 +80,14 @@ void Session::WaitForPanel() {
     }
 }
 
-void Session::TakeOnlyPanel() {
+void Session::HearAll() {
     if (interrupt_.WaitUntil(InSeconds(options_.WaitForAll()))) {
         throw Failure(ExitCode::Cancelled, "cancelled");
     }
+}
+
+void Session::TakeOnlyPanel() {
+    HearAll();
     const auto heard = Heard();
     if (heard.empty()) {
         throw Failure(ExitCode::NoPanel,
@@ -102,6 +106,8 @@ void Session::TakeOnlyPanel() {
 }
 
 void Session::Choose() {
+    // The dialog lists what was heard when it opens.
+    HearAll();
     // The dialog runs on this thread and knows no cancel.
     interrupt_.SetExitAtOnce(true);
     const bool chosen = table().SelectTarget(0) != 0;

@@ -73,6 +73,8 @@ class Session {
     Listing List(const std::u16string& folder);
 
  private:
+    // Gives every panel around the time to send a beacon.
+    void HearAll();
     std::vector<Unit> Heard();
     void WaitForPanel();
     void TakeOnlyPanel();
