@@ -27,6 +27,34 @@ constexpr size_t kMaxShortName = 255;
 constexpr uint64_t kMaxSize = 0x7FFFFFFF;
 constexpr ExchangeRules kRules{kPaceGently, kPaceGently, false};
 
+// Acknowledgements name their datagram by its digit, and digits come round. In the midst of a file
+// the panel notices what it has not got; behind the last datagram only an acknowledgement that
+// cannot be an old one will do: where it may be, the datagram is sent once more and the next one is
+// believed.
+class AckJudge final : public Judge {
+ public:
+    AckJudge(StaleReplies& stale, const uint8_t& digit) : m_stale(stale), m_digit(digit) {}
+
+    void SetLast() { m_last = true; }
+
+    Verdict OnReply(const Reply& reply) override {
+        if (!reply.Bytes().starts_with(kAck) || reply.Marker() != m_digit) {
+            return Verdict::Again;
+        }
+        if (m_last && !m_doubted && m_stale.Expects(Key(reply))) {
+            m_doubted = true;
+            return Verdict::Unread;
+        }
+        return Verdict::Done;
+    }
+
+ private:
+    StaleReplies& m_stale;
+    const uint8_t& m_digit;
+    bool m_last = false;
+    bool m_doubted = false;
+};
+
 }  // namespace
 
 size_t ReadLocalFile(const std::string& path, std::span<uint8_t> buffer, uint64_t offset,
@@ -80,11 +108,7 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     std::fill(std::copy(name.begin(), name.end(), area),
               m_txBuf.begin() + static_cast<ptrdiff_t>(prefix), uint8_t{0});
 
-    ReplyJudge judge([this](const Reply& reply) {
-        return reply.Bytes().starts_with(kAck) && reply.Marker() == m_txBuf[kDigitAt]
-                   ? Verdict::Done
-                   : Verdict::Again;
-    });
+    AckJudge judge(m_stale, m_txBuf[kDigitAt]);
     const std::unique_ptr<uint8_t[]> memory = MakeTransferBlock();
     if (!memory) {
         return false;
@@ -102,6 +126,9 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
                 rest.first(std::min(kMaxDatagram - prefix, rest.size()));
             rest = rest.subspan(slice.size());
             std::copy(slice.begin(), slice.end(), m_txBuf.begin() + static_cast<ptrdiff_t>(prefix));
+            if (rest.empty() && offset == file.m_size) {
+                judge.SetLast();
+            }
             if (Exchange(static_cast<int>(prefix + slice.size()), kRules, judge) != Outcome::Done ||
                 Interrupted()) {
                 return false;

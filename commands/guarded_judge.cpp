@@ -26,6 +26,11 @@ bool IsRun(std::span<const uint8_t> data) {
     return false;
 }
 
+// Whether data is unlikely to come twice in a row by itself.
+bool IsTelling(std::span<const uint8_t> data) {
+    return data.size() >= kTellingSize && !IsRun(data);
+}
+
 }  // namespace
 
 bool GuardedJudge::AwaitUnseen() {
@@ -71,15 +76,13 @@ Verdict GuardedJudge::OnReply(const Reply& reply) {
         --m_unseen;
         return Hold(reply, key, Doubt::Unseen);
     }
-    switch (m_link.m_stale.Take(key)) {
-        case StaleReplies::Twin::Prompt:
-            return Hold(reply, key, Doubt::PromptTwin);
-        case StaleReplies::Twin::Late:
-            return Hold(reply, key, Doubt::LateTwin);
-        case StaleReplies::Twin::None:
-            break;
+    const StaleReplies::Twin twin = m_link.m_stale.Take(key);
+    if (twin == StaleReplies::Twin::Prompt || twin == StaleReplies::Twin::Late) {
+        return Hold(reply, key,
+                    twin == StaleReplies::Twin::Prompt ? Doubt::PromptTwin : Doubt::LateTwin);
     }
-    if (key != m_askedAgain && IsRepeat(reply, key)) {
+    const bool seen = twin == StaleReplies::Twin::Spent || m_link.m_stale.IsRecent(key);
+    if (seen && key != m_askedAgain && IsTelling(Data(reply))) {
         return Hold(reply, key, Doubt::Repeat);
     }
     return Believe(reply, key);
@@ -127,13 +130,6 @@ Verdict GuardedJudge::Hold(const Reply& reply, uint64_t key, Doubt doubt) {
     m_held->doubt = doubt;
     m_held->tick = GetTickCount();
     return Verdict::Wait;
-}
-
-// No send tells of a datagram that the network doubled, but long irregular data does not repeat by
-// itself so soon.
-bool GuardedJudge::IsRepeat(const Reply& reply, uint64_t key) const {
-    const std::span<const uint8_t> data = Data(reply);
-    return data.size() >= kTellingSize && m_link.m_stale.IsRecent(key) && !IsRun(data);
 }
 
 Verdict GuardedJudge::Believe(const Reply& reply, uint64_t key) {

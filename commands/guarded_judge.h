@@ -63,7 +63,6 @@ class GuardedJudge : public Judge {
     };
 
     Verdict Hold(const Reply& reply, uint64_t key, Doubt doubt);
-    bool IsRepeat(const Reply& reply, uint64_t key) const;
     Verdict Believe(const Reply& reply, uint64_t key);
     // Some answers' time: what is on its way when a wait of this length begins has come at its end.
     uint32_t MomentMs() const;

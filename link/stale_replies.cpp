@@ -28,17 +28,31 @@ void StaleReplies::GivenUp(int unanswered, uint32_t since, uint32_t lifetimeMs) 
 }
 
 StaleReplies::Twin StaleReplies::Take(uint64_t key) {
-    DropExpired();
-    const auto found = std::find_if(m_twins.begin(), m_twins.end(),
-                                    [key](const Expected& twin) { return twin.key == key; });
+    const auto found = Find(key);
     if (found == m_twins.end()) {
         return Twin::None;
     }
-    const Twin kind = found->prompt ? Twin::Prompt : Twin::Late;
-    if (--found->count == 0) {
-        m_twins.erase(found);
+    if (found->count == 0) {
+        return Twin::Spent;
     }
-    return kind;
+    --found->count;
+    return found->prompt ? Twin::Prompt : Twin::Late;
+}
+
+bool StaleReplies::Expects(uint64_t key) {
+    return Find(key) != m_twins.end();
+}
+
+// The entry of that key that has twins to come, else one that has none.
+std::deque<StaleReplies::Expected>::iterator StaleReplies::Find(uint64_t key) {
+    DropExpired();
+    const auto open = std::find_if(m_twins.begin(), m_twins.end(), [key](const Expected& twin) {
+        return twin.key == key && twin.count > 0;
+    });
+    return open != m_twins.end()
+               ? open
+               : std::find_if(m_twins.begin(), m_twins.end(),
+                              [key](const Expected& twin) { return twin.key == key; });
 }
 
 void StaleReplies::Forget(uint64_t key) {

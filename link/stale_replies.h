@@ -22,9 +22,12 @@ class StaleReplies {
     // until `lifetimeMs` after that.
     void GivenUp(int unanswered, uint32_t since, uint32_t lifetimeMs);
 
-    enum class Twin { None, Late, Prompt };
+    // Spent: as many as were expected have come; one more can only be the network's doubling.
+    enum class Twin { None, Spent, Late, Prompt };
     // Whether a reply with this key may be a twin. Each twin is counted off.
     Twin Take(uint64_t key);
+    // The same without counting off.
+    bool Expects(uint64_t key);
     // No more twins with this key are expected.
     void Forget(uint64_t key);
 
@@ -47,6 +50,7 @@ class StaleReplies {
         uint32_t lifetimeMs;
     };
 
+    std::deque<Expected>::iterator Find(uint64_t key);
     void DropExpired();
 
     std::deque<Expected> m_twins;  // oldest first
