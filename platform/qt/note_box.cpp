@@ -14,6 +14,8 @@ NoteBox::NoteBox(const ControlTemplate& control)
     setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
     setTabChangesFocus(true);
     setLineWrapMode(NoWrap);
+    // It would cover the last of the lines that the box is made for.
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setUndoRedoEnabled(false);
     document()->setDocumentMargin(1);
 }

@@ -38,7 +38,7 @@ int main(int argc, char** argv) {
     std::setvbuf(stdout, nullptr, _IOLBF, BUFSIZ);
     void* object = argc > 1 ? dlopen(argv[1], RTLD_NOW | RTLD_LOCAL | RTLD_NODELETE) : nullptr;
     if (object == nullptr) {
-        std::fprintf(stderr, "usage: window_probe BACKEND [run]: %s\n", dlerror());
+        std::fputs("usage: window_probe BACKEND [run]\n", stderr);
         return 2;
     }
     Printer printer;
@@ -57,6 +57,7 @@ int main(int argc, char** argv) {
         std::printf("ended %d\n", printer.window->RunModal());
     }
     printer.window.reset();
-    std::printf("opened locale %s\n", std::setlocale(LC_ALL, nullptr));
+    std::printf("opened locale %s\n",
+                std::setlocale(LC_ALL, nullptr));  // NOLINT(concurrency-mt-unsafe)
     return 0;
 }
