@@ -11,8 +11,6 @@
 #define CAPABILITY(name) BRENHOLT_ANNOTATE(capability(name))
 #define SCOPED_CAPABILITY BRENHOLT_ANNOTATE(scoped_lockable)
 #define GUARDED_BY(lock) BRENHOLT_ANNOTATE(guarded_by(lock))
-#define REQUIRES(...) BRENHOLT_ANNOTATE(requires_capability(__VA_ARGS__))
-#define EXCLUDES(...) BRENHOLT_ANNOTATE(locks_excluded(__VA_ARGS__))
 #define ACQUIRE(...) BRENHOLT_ANNOTATE(acquire_capability(__VA_ARGS__))
 #define RELEASE(...) BRENHOLT_ANNOTATE(release_capability(__VA_ARGS__))
 #define NO_THREAD_SAFETY_ANALYSIS BRENHOLT_ANNOTATE(no_thread_safety_analysis)

@@ -56,9 +56,8 @@ TEST_F(Application, OfTheHostWithoutWidgetsIsNotEnough) {
 }
 
 TEST_F(Application, IsMadeOnceForTheFirstThread) {
-    const auto locale = [] {
-        return std::string(std::setlocale(LC_ALL, nullptr));
-    };  // NOLINT(concurrency-mt-unsafe)
+    // NOLINTNEXTLINE(concurrency-mt-unsafe)
+    const auto locale = [] { return std::string(std::setlocale(LC_ALL, nullptr)); };
     EXPECT_EQ(locale(), "C");
     EXPECT_TRUE(Opens());
     EXPECT_EQ(locale(), "C");

@@ -58,14 +58,15 @@ class Listener : public DialogEvents {
 // Calls `user` with the window that becomes the modal one and active, once it is there.
 inline void WhenOpen(std::function<void(QWidget&)> user) {
     auto* timer = new QTimer(QApplication::instance());
-    timer->callOnTimeout([timer, user, before = QApplication::activeModalWidget()] {
-        QWidget* now = QApplication::activeModalWidget();
-        if (now != nullptr && now != before && now->isActiveWindow()) {
-            timer->stop();
-            timer->deleteLater();
-            user(*now);
-        }
-    });
+    QObject::connect(timer, &QTimer::timeout, timer,
+                     [timer, user, before = QApplication::activeModalWidget()] {
+                         QWidget* now = QApplication::activeModalWidget();
+                         if (now != nullptr && now != before && now->isActiveWindow()) {
+                             timer->stop();
+                             timer->deleteLater();
+                             user(*now);
+                         }
+                     });
     timer->start(1);
 }
 
