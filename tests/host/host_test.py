@@ -73,7 +73,7 @@ class Case(unittest.TestCase):
                 file.write(content)
         return path
 
-    def panel(self, address="127.0.0.2", rest=":Line1:ARM:1.23"):
+    def panel_argument(self, address="127.0.0.2", rest=":Line1:ARM:1.23"):
         return f"{address}={os.fsdecode(self.panel)}{rest}"
 
     def content(self, path):
@@ -86,7 +86,8 @@ class Case(unittest.TestCase):
 
 class Discovery(Case):
     def test_shows_panels_and_refuses_to_guess(self):
-        with panels("--panel", self.panel(), "--panel", self.panel("127.0.0.3", ":Two words:X86:3.10")):
+        second = self.panel_argument("127.0.0.3", ":Two words:X86:3.10")
+        with panels("--panel", self.panel_argument(), "--panel", second):
             code, out, err = run("--wait", "1", "discover", "--json")
             self.assertEqual((code, err), (0, ""))
             self.assertCountEqual(lines(out), [
@@ -105,10 +106,10 @@ class Discovery(Case):
         self.assertIn("no panel was heard", err)
 
     def test_watch_shows_coming_and_going(self):
-        with panels("--panel", self.panel()):
+        with panels("--panel", self.panel_argument()):
             watch = start("discover", "--watch", "--json")
             self.assertIn(b'{"event":"come","address":"127.0.0.2"', watch.stdout.readline())
-            with panels("--panel", self.panel("127.0.0.3")):
+            with panels("--panel", self.panel_argument("127.0.0.3")):
                 self.assertIn(b'{"event":"come","address":"127.0.0.3"', watch.stdout.readline())
             self.assertIn(b'{"event":"gone","address":"127.0.0.3"', watch.stdout.readline())
             watch.send_signal(signal.SIGINT)
@@ -122,7 +123,7 @@ class Commands(Case):
     def test_commands_and_queries_in_both_modes(self):
         self.make("panel/old.txt", b"x")
         block = self.make("block.bin", bytes(range(256)) * 20)
-        with panels("--panel", self.panel()):
+        with panels("--panel", self.panel_argument()):
             for mode in ("--posted", "--direct"):
                 self.assertEqual(self.at(mode, "command", "tm")[:2], (0, b""))
                 code, out, _ = self.at(mode, "--json", "command", "MD", "new")
@@ -144,7 +145,7 @@ class Commands(Case):
 
     def test_silent_panel(self):
         script = self.make("script", b"TM * silent\nVS * silent\nUP * silent\nDR * silent\n")
-        with panels("--panel", self.panel(), "--script", os.fsdecode(script)):
+        with panels("--panel", self.panel_argument(), "--script", os.fsdecode(script)):
             for words in (["identify"], ["command", "TM"], ["list"], ["get", "a", self.out],
                           ["get", "-r", "a", self.out]):
                 code, out, err = self.at("-t", "50", *words)
@@ -192,7 +193,7 @@ class Files(Case):
             path = self.make(b"panel/dir/" + name, name)
             os.utime(path, (0, 1700000000))
         self.make("panel/empty", folder=True)
-        with panels("--panel", self.panel()):
+        with panels("--panel", self.panel_argument()):
             code, out, _ = self.at("list", "--json", "dir")
             self.assertEqual(code, 0)
             names = [bytes.fromhex(entry["name_bytes"]) if "name_bytes" in entry
@@ -216,7 +217,7 @@ class Files(Case):
     def test_get_files(self):
         for name in self.NAMES:
             self.make(b"panel/dir/" + name, name * 1000)
-        with panels("--panel", self.panel()):
+        with panels("--panel", self.panel_argument()):
             for mode in ("--posted", "--direct"):
                 code, out, _ = self.at(mode, "--json", "get", "dir/none",
                                        *[b"dir\\" + name for name in self.NAMES], self.out)
@@ -244,7 +245,7 @@ class Files(Case):
             os.utime(path, (0, 1700000000 + number))
         self.make("panel/dir/hollow", folder=True)
         target = os.path.join(self.out, b"new/place")
-        with panels("--panel", self.panel()):
+        with panels("--panel", self.panel_argument()):
             code, out, err = self.at("--json", "get", "-r", "dir", target)
             self.assertEqual(code, 0, err)
             total = sum(len(name) * number for number, name in enumerate(self.NAMES))
@@ -277,7 +278,7 @@ class Files(Case):
     def test_folder_wider_than_the_walk(self):
         for number in range(1005):
             self.make(f"panel/dir/{number}", b"%d" % number)
-        with panels("--panel", self.panel()):
+        with panels("--panel", self.panel_argument()):
             code, out, err = self.at("--direct", "get", "-r", "dir", self.out)
             self.assertEqual((code, out), (0, b""), err)
             self.assertEqual(len(os.listdir(self.out)), 1005)
@@ -288,7 +289,7 @@ class Files(Case):
         self.make("panel/into", folder=True)
         files = [os.path.join(self.root, b"host", name) for name in self.NAMES[:6]]
         empty = self.make("empty")
-        with panels("--panel", self.panel()):
+        with panels("--panel", self.panel_argument()):
             self.assertEqual(self.at("put", *files, "into")[0], 0)
             self.assertEqual(self.at("--direct", "put", files[0])[0], 0)
             self.assertEqual(self.at("put", files[0], "into/other")[0], 0)
@@ -315,7 +316,7 @@ class Waiting(Case):
                       ["get", "-r", "dir"], ["get", "-ru", "dir"]):
             for number in (signal.SIGINT, signal.SIGTERM):
                 # A panel of its own: late answers to one run must not reach the next one.
-                with panels("--panel", self.panel(), *delayed):
+                with panels("--panel", self.panel_argument(), *delayed):
                     process = start("-p", "127.0.0.2", *words, self.out)
                     wait_for(lambda: process.poll() is not None or
                              any(name.startswith(b"TMP") for name in os.listdir(self.out)))
@@ -342,7 +343,7 @@ class Waiting(Case):
         for number in range(4):
             self.make(f"panel/dir/{number}", bytes(10_000))
         delayed = ["--script", os.fsdecode(self.make("script", b"UP * usual after 30ms\n"))]
-        with panels("--panel", self.panel(), *delayed):
+        with panels("--panel", self.panel_argument(), *delayed):
             code, _, err = self.at("get", "-r", "dir", self.out)
             self.assertEqual(code, 0)
             self.assertNotIn("\r", err)
