@@ -8,6 +8,8 @@
 #include <clocale>
 #include <cstdio>
 #include <mutex>
+#include <optional>
+#include <string>
 
 #include "platform/qt/display.h"
 
@@ -20,6 +22,16 @@ QCoreApplication* g_made = nullptr;
 
 // A mark of the thread that made it: ids and addresses of threads are used again.
 thread_local bool t_made = false;
+
+// Puts the process's locale back: Qt sets it, and it is the host's to choose. Nobody can make
+// setlocale safe against the host's other threads; Qt calls it anyway.
+class LocaleKeeper {
+ public:
+    ~LocaleKeeper() { std::setlocale(LC_ALL, m_locale.c_str()); }  // NOLINT(concurrency-mt-unsafe)
+
+ private:
+    const std::string m_locale = std::setlocale(LC_ALL, nullptr);  // NOLINT(concurrency-mt-unsafe)
+};
 
 bool Refuse(const char* reason) {
     std::fprintf(stderr, "brenholt: no windows: %s\n", reason);
@@ -67,19 +79,6 @@ bool EnsureApplication() {
     const std::lock_guard lock(mutex);
     application = QCoreApplication::instance();
     return application != nullptr ? CheckApplication(*application) : MakeApplication();
-}
-
-// Nobody can make setlocale safe against the host's other threads; Qt calls it anyway.
-LocaleKeeper::LocaleKeeper() {
-    if (QCoreApplication::instance() == g_made) {
-        m_locale = std::setlocale(LC_ALL, nullptr);  // NOLINT(concurrency-mt-unsafe)
-    }
-}
-
-LocaleKeeper::~LocaleKeeper() {
-    if (!m_locale.empty()) {
-        std::setlocale(LC_ALL, m_locale.c_str());  // NOLINT(concurrency-mt-unsafe)
-    }
 }
 
 }  // namespace brenholt

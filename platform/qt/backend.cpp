@@ -36,7 +36,6 @@ class QtBackend final : public WindowBackend {
         if (!EnsureApplication()) {
             return IDCANCEL;
         }
-        const LocaleKeeper locale;
         MessageBox box;
         box.setAttribute(Qt::WA_QuitOnClose, false);
         box.setWindowTitle(QApplication::applicationDisplayName());

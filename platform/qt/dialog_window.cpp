@@ -7,7 +7,6 @@
 #include <algorithm>
 
 #include "platform/qt/address_edit.h"
-#include "platform/qt/application.h"
 #include "platform/qt/list_view.h"
 #include "platform/qt/note_box.h"
 #include "platform/qt/placement.h"
@@ -113,7 +112,6 @@ QWidget* QtDialogWindow::MakeControl(const ControlTemplate& control, double colu
 
 int QtDialogWindow::RunModal() {
     if (!m_code) {
-        const LocaleKeeper locale;
         PlaceOverOwner(*this);
         if (!m_controls.empty()) {
             m_controls.front().widget->setFocus();

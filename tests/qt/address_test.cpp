@@ -89,6 +89,9 @@ TEST_F(AddressControl, MovesAndDeletesAcrossItsFields) {
         EXPECT_EQ(Value(), (Address{10, 20, 3, 0}));
         EXPECT_EQ(filled, 3);
         EXPECT_EQ(Changes(), 3U);
+        Key(Qt::Key_Backtab, Qt::ShiftModifier);  // one step for the whole control
+        EXPECT_TRUE(dynamic_cast<QPushButton*>(QApplication::focusWidget()));
+        Key(Qt::Key_Tab);
         Key(Qt::Key_Home);
         Key(Qt::Key_Delete);
         EXPECT_EQ(Value(), (Address{0, 20, 3, 0}));
