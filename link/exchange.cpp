@@ -107,8 +107,18 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
 }
 
 Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
-    int silent = 0;  // sends that brought nothing
-    uint32_t start = GetTickCount();
+    // Sends that brought nothing: told to the next exchange however this one ends, by an exception
+    // too.
+    struct Unanswered {
+        CTvUdp& link;
+        int count = 0;
+        uint32_t start = 0;
+        ~Unanswered() {
+            if (count > 0) {
+                link.m_stale.GivenUp(count, start, link.StaleLifetimeMs());
+            }
+        }
+    } silent{*this};
     for (int attempt = 0; attempt < m_nRetries && !Interrupted();) {
         if (rules.paced) {
             Sleep(static_cast<uint32_t>(m_nPaceMs.load()));
@@ -116,8 +126,10 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
         if (!SendPacket(length)) {
             return Outcome::Failed;
         }
+        const uint32_t start = GetTickCount();
+        silent.start = start;
+        ++silent.count;
         judge.OnSend(attempt);
-        start = GetTickCount();
         const auto timeout = static_cast<uint32_t>(m_nTimeoutMs.load());
         Reply reply;
         Verdict verdict = Verdict::Wait;
@@ -127,22 +139,21 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
         }
         PaceRule rule = rules.onAgain;
         if (verdict == Verdict::Wait) {
-            ++silent;
             rule = rules.onSilence;
             verdict = Interrupted() ? Verdict::Again : judge.OnSilence(reply);
+        } else {
+            --silent.count;
         }
         if (verdict == Verdict::Done || verdict == Verdict::Failed) {
             // Of the earlier sends, also those whose answer was no use: it may have been another's.
             NoteSettled(judge.Key(reply), attempt, GetTickCount() - start);
+            silent.count = 0;
             return verdict == Verdict::Done ? Outcome::Done : Outcome::Failed;
         }
         ++attempt;
         if (verdict == Verdict::Again) {
             RaisePace(rule);
         }
-    }
-    if (silent > 0) {
-        m_stale.GivenUp(silent, start, StaleLifetimeMs());
     }
     return Outcome::Failed;
 }
