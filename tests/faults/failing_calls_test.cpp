@@ -1,0 +1,143 @@
+// Each call into the system and each allocation of each command fails once, one after the other;
+// and the process is killed at each of them.
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <functional>
+#include <iostream>
+#include <random>
+
+#include "tests/faults/panel_world.h"
+#include "tests/faults/scale.h"
+
+namespace brenholt {
+namespace {
+
+using faulty::Call;
+using faulty::Way;
+
+struct Trouble {
+    Way way;
+    bool shows;  // may spoil the result
+    std::vector<Call> calls;
+};
+
+const std::vector<Trouble> kTroubles{
+    {Way::Fail,
+     true,
+     {Call::Allocation, Call::Close, Call::Flock, Call::Fstat, Call::Ftruncate, Call::Getrandom,
+      Call::Lseek, Call::Mkdirat, Call::Open, Call::Openat, Call::Read, Call::Renameat, Call::Stat,
+      Call::Unlinkat, Call::Utimensat, Call::Write}},
+    {Way::Interrupt, false, {Call::Open, Call::Openat, Call::Ftruncate, Call::Read, Call::Write}},
+    {Way::Halve, false, {Call::Read, Call::Write}},
+};
+
+// Runs the command with its `nth` such call in trouble; false when it has no so many.
+bool Strike(const PanelWorld::Command& command, bool posted, Call call, int nth,
+            const Trouble& trouble) {
+    SCOPED_TRACE(testing::Message() << command.name << (posted ? " posted, " : " direct, ")
+                                    << faulty::NameOf(call) << ' ' << nth);
+    PanelWorld world;
+    faulty::Arm(call, nth, trouble.way);
+    const int result = world.Run(command, posted);
+    const bool struck = faulty::Disarm();
+    EXPECT_EQ(g_link.m_bBusy, 0);
+    EXPECT_EQ(g_link.m_bPosted, 0);
+    if (result != 0) {
+        EXPECT_TRUE(command.isDone(world));
+    } else {
+        EXPECT_TRUE(trouble.shows && struck);
+        EXPECT_EQ(world.local.Read("f"), "old");
+    }
+    EXPECT_LE(world.TempFiles().size(), call == Call::Unlinkat ? 1U : 0U);
+    const int again = world.Run(command, posted);
+    EXPECT_TRUE(again != 0 && command.isDone(world)) << "and then, in peace: " << again;
+    return struck;
+}
+
+TEST(FailingCalls, EachOfEachCommand) {
+    int struck = 0;
+    for (const PanelWorld::Command& command : PanelWorld::Commands()) {
+        for (const bool posted : {false, true}) {
+            for (const Trouble& trouble : kTroubles) {
+                for (const Call call : trouble.calls) {
+                    for (int nth = 1; Strike(command, posted, call, nth, trouble); ++nth) {
+                        ++struck;
+                        ASSERT_LT(nth, 5000) << "no end of calls";
+                    }
+                }
+            }
+        }
+    }
+    std::cout << "    " << struck << " calls went wrong\n";
+    EXPECT_GT(struck, 300) << "the faults strike the module's calls";
+}
+
+// The host fetches a file over another and is killed where `arm` says, or by `parent`, which gets
+// its id; whether it was.
+bool KilledFetch(PanelWorld& world, const std::function<void()>& arm,
+                 const std::function<void(pid_t)>& parent) {
+    const std::vector<PanelWorld::Command>& commands = PanelWorld::Commands();
+    const auto fetch = std::find_if(commands.begin(), commands.end(), [](const auto& command) {
+        return std::string(command.name) == "UP";
+    });
+    world.local.Write("f", "old");
+    const pid_t child = fork();
+    if (child == 0) {
+        arm();
+        world.Run(*fetch, false);
+        _exit(0);
+    }
+    parent(child);
+    int status = 0;
+    waitpid(child, &status, 0);
+    const std::string found = world.local.Read("f");
+    EXPECT_TRUE(found == "old" || found == world.content) << found.size() << " bytes";
+    EXPECT_EQ(world.local.Read("up"), world.content);
+    const std::vector<std::string> temporary = world.TempFiles();
+    EXPECT_LE(temporary.size(), 1U);
+    for (const std::string& path : temporary) {
+        std::filesystem::remove(path);
+    }
+    return WIFSIGNALED(status);
+}
+
+TEST(KilledHost, AtEachCall) {
+    PanelWorld world;
+    int nth = 1;
+    while (KilledFetch(
+        world, [nth] { faulty::ArmKill(nth); }, [](pid_t) {})) {
+        ASSERT_LT(++nth, 100);
+    }
+    std::cout << "    " << nth - 1 << " calls\n";
+    EXPECT_GT(nth, 10);
+}
+
+TEST(KilledHost, AtRandomMoments) {
+    using Clock = std::chrono::steady_clock;
+    PanelWorld world;
+    const auto start = Clock::now();
+    EXPECT_FALSE(KilledFetch(
+        world, [] {}, [](pid_t) {}));
+    const auto whole = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
+    std::mt19937_64 random(5);
+    const int rounds = Scaled(50);
+    int killed = 0;
+    for (int i = 0; i < rounds; ++i) {
+        const auto moment =
+            static_cast<useconds_t>(random() % static_cast<uint64_t>(whole.count()));
+        killed += KilledFetch(
+            world, [] {},
+            [moment](pid_t child) {
+                usleep(moment);
+                kill(child, SIGKILL);
+            });
+    }
+    std::cout << "    killed " << killed << " of " << rounds << '\n';
+    EXPECT_GT(killed, 0);
+}
+
+}  // namespace
+}  // namespace brenholt

@@ -1,0 +1,67 @@
+// Calls into the system, and allocations, that go wrong when a test says so: link faulty_calls.cpp
+// with the options that CMakeLists.txt gives it. The module's own calls count, on the thread that
+// armed and on the threads that the module makes; those of the run-time libraries do not.
+#ifndef BRENHOLT_TESTS_FAULTS_FAULTY_CALLS_H
+#define BRENHOLT_TESTS_FAULTS_FAULTY_CALLS_H
+
+#include <array>
+
+namespace brenholt::faulty {
+
+enum class Call {
+    Allocation,
+    Bind,
+    Close,
+    Flock,
+    Fstat,
+    Ftruncate,
+    Getrandom,
+    Lseek,
+    Mkdirat,
+    Open,
+    Openat,
+    Poll,
+    PthreadCreate,
+    Read,
+    Recvmsg,
+    Renameat,
+    Sendto,
+    Setsockopt,
+    Socket,
+    Stat,
+    Unlinkat,
+    Utimensat,
+    Write,
+};
+const char* NameOf(Call call);
+
+// What goes wrong.
+enum class Way {
+    Fail,       // the call does nothing and says so; a close closes, and says it went wrong
+    Interrupt,  // a signal comes first: the call does nothing
+    Halve,      // a read or a write moves half of the bytes
+    Kill,       // the process is killed instead; a write has got half of its bytes out
+};
+
+// The `nth` call of that kind goes wrong, counted from 1.
+void Arm(Call call, int nth, Way way);
+// The process is killed at the `nth` of all calls but allocations.
+void ArmKill(int nth);
+// Whether it happened; from now on everything is well.
+bool Disarm();
+
+// In its scope the calls of this thread are a test's own: neither counted nor failed.
+class Spared {
+ public:
+    Spared();
+    ~Spared();
+    Spared(const Spared&) = delete;
+    Spared& operator=(const Spared&) = delete;
+
+ private:
+    bool m_before;
+};
+
+}  // namespace brenholt::faulty
+
+#endif
