@@ -9,7 +9,7 @@
 #include <brenholt/brenholt.h>
 #include <dlfcn.h>
 #include <stdio.h>
-#include <time.h>
+#include <threads.h>
 
 enum { ATTEMPTS = 3, TIMEOUT_MS = 1000, DIRECT = 0, MAX_ENTRIES = 1000 };
 
@@ -22,7 +22,7 @@ static int wait_for_panel(const BrenholtTable* table, const char16_t* address) {
         if (table->UseUnit(address)) {
             return 1;
         }
-        nanosleep(&pause, NULL);
+        thrd_sleep(&pause, NULL);
     }
     return 0;
 }
