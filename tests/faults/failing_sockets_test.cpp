@@ -1,0 +1,113 @@
+// Start, commands and Stop on real sockets and threads, with each call into the system failing
+// once.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <iostream>
+
+#include "brenholt/brenholt.h"
+#include "link/tv_udp.h"
+#include "platform/clock.h"
+#include "tests/faults/faulty_calls.h"
+#include "tests/support/scratch_folder.h"
+#include "tools/panel/server.h"
+
+extern "C" const BrenholtTable FuncTable;
+
+namespace brenholt {
+namespace {
+
+using faulty::Call;
+using faulty::Way;
+
+class FailingSockets : public testing::Test {
+ protected:
+    void SetUp() override {
+        storage.Write("f", content);
+        tavrin::PanelSettings panel;
+        panel.address = "127.0.0.2";
+        panel.root = storage.Path();
+        server = std::make_unique<tavrin::Server>(std::vector{panel});
+        server->Start();
+        g_link.m_strTargetIp.Set(u"127.0.0.2");
+        // What is opened once and kept is open from here on.
+        ASSERT_NE(FuncTable.Start(3, 1000, 0), 0);
+        ASSERT_EQ(FuncTable.CmdUP(u"f", folder.c_str()), 1);
+        FuncTable.Stop();
+    }
+    void TearDown() override { FuncTable.Stop(); }
+
+    static auto OpenDescriptors() {
+        return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+    }
+
+    int Outcome(int result) {
+        while (FuncTable.IsBusy() != 0) {
+            Sleep(1);
+        }
+        return g_link.m_bAsyncMode != 0 ? FuncTable.GetResult() : result;
+    }
+
+    // Runs the module once through; false when it has not so many calls of that kind.
+    bool Strike(Call call, int nth, Way way, int posted) {
+        SCOPED_TRACE(testing::Message() << faulty::NameOf(call) << ' ' << nth);
+        const auto descriptors = OpenDescriptors();
+        faulty::Arm(call, nth, way);
+        if (FuncTable.Start(3, 100, posted) != 0) {
+            const int answered = Outcome(FuncTable.CmdTM());
+            const int fetched = Outcome(FuncTable.CmdUP(u"f", folder.c_str()));
+            EXPECT_EQ(FuncTable.IsBusy(), 0);
+            const faulty::Spared spared;
+            EXPECT_TRUE(way == Way::Fail || answered + fetched == 2);
+            EXPECT_TRUE(fetched == 0 || local.Read("f") == content);
+        }
+        FuncTable.Stop();
+        const bool struck = faulty::Disarm();
+        EXPECT_EQ(OpenDescriptors(), descriptors);
+        EXPECT_EQ(local.Names().size(), local.Read("f").empty() ? 0U : 1U);
+        return struck;
+    }
+
+    const std::string content = std::string(5000, 'x');
+    ScratchFolder storage;
+    ScratchFolder local;
+    const std::u16string folder = local.Text();
+    std::unique_ptr<tavrin::Server> server;
+};
+
+TEST_F(FailingSockets, EachFromStartToStop) {
+    // Of those that are called over and over the first few have to do.
+    const struct {
+        Call call;
+        int most;
+        Way way = Way::Fail;
+    } troubles[] = {{Call::Socket, 9},
+                    {Call::Setsockopt, 9},
+                    {Call::Bind, 9},
+                    {Call::PthreadCreate, 9},
+                    {Call::Sendto, 9},
+                    {Call::Poll, 5},
+                    {Call::Recvmsg, 12},
+                    {Call::Close, 9},
+                    {Call::Allocation, 60},
+                    {Call::Recvmsg, 12, Way::Interrupt},
+                    {Call::Poll, 5, Way::Interrupt},
+                    {Call::Sendto, 9, Way::Interrupt}};
+    int count = 0;
+    for (const int posted : {0, 1}) {
+        for (const auto& trouble : troubles) {
+            int nth = 1;
+            while (nth <= trouble.most && Strike(trouble.call, nth, trouble.way, posted)) {
+                ++nth;
+            }
+            EXPECT_GT(nth, 1) << faulty::NameOf(trouble.call);
+            count += nth - 1;
+        }
+    }
+    std::cout << "    " << count << " calls went wrong\n";
+    ASSERT_NE(FuncTable.Start(3, 1000, 0), 0);
+    EXPECT_EQ(FuncTable.CmdUP(u"f", folder.c_str()), 1) << "and then, in peace";
+}
+
+}  // namespace
+}  // namespace brenholt
