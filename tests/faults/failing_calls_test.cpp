@@ -5,7 +5,6 @@
 #include <unistd.h>
 
 #include <chrono>
-#include <functional>
 #include <iostream>
 #include <random>
 

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -37,8 +38,9 @@ class PanelWorld {
                 {reinterpret_cast<const uint8_t*>(request.bytes.data()), request.bytes.size()},
                 replies);
             for (const tavrin::Reply& reply : replies) {
+                const std::string bytes(reply.bytes.begin(), reply.bytes.end());
                 wire.Arrive(1000, {request.peer, kPanelPort, kCommandPort,
-                                   std::string(reply.bytes.begin(), reply.bytes.end())});
+                                   mangle ? mangle(bytes) : bytes});
             }
         };
         g_link.Create(kCommandPort);
@@ -79,6 +81,8 @@ class PanelWorld {
         return names;
     }
 
+    // What becomes of a reply on its way.
+    std::function<std::string(const std::string&)> mangle;
     VirtualWire& wire = VirtualWire::Get();
     const std::string content = std::string(1500, 'x') + std::string(1500, 'y');
     ScratchFolder storage;

@@ -1,0 +1,215 @@
+// Panels that mean harm: names and trees that lead outside, and replies that are no replies.
+#include <unistd.h>
+
+#include <filesystem>
+#include <iostream>
+#include <random>
+
+#include "platform/path.h"
+#include "platform/text.h"
+#include "tests/faults/panel_world.h"
+#include "tests/faults/scale.h"
+#include "tests/faults/snapshot.h"
+#include "tests/support/link_fixture.h"
+#include "tests/support/panel_replies.h"
+
+namespace brenholt {
+namespace {
+
+namespace fs = std::filesystem;
+constexpr uint32_t kFolder = 0x10;
+
+// In the scratch folder: "outside", which nobody may touch, and "to", which the host names.
+class HostileTrees : public LinkFixture {
+ protected:
+    void SetUp() override {
+        LinkFixture::SetUp();
+        link->m_nTimeoutMs = 20;
+        fs::create_directories(outside + "/sub/deep");
+        for (const char* name : {"a", "b", "victim", "sub/a", "sub/b", "sub/deep/a"}) {
+            scratch.Write(std::string("outside/") + name, "safe");
+        }
+        fs::create_symlink(outside + "/sub", outside + "/link");
+        before = Snapshot(outside);
+        hostile = {"..",
+                   "../",
+                   ".",
+                   "a/b",
+                   "..\\x",
+                   "",
+                   "/",
+                   "\\",
+                   "../outside/victim",
+                   "..\\outside\\sub",
+                   outside + "/victim",
+                   outside,
+                   "/../../../../../../tmp/x",
+                   std::string("\0a", 2),
+                   std::string("..\0a", 4),
+                   std::string("../outside\0a", 12)};
+        odd = {"a", "b", "sub", "deep", "victim", "link", "...", " ", "~", "-rf", "C:", "%2e%2e",
+               "sub ", "TMP00000000.tmp", std::string(255, 'n'), "\xFF\xFE", "\xC0\xAE\xC0\xAE",
+               "e\xCC\x81", "\xC3\xA9", "\xEF\xBC\x8F", std::string("a\0../b", 6)};
+        answer = [this](const std::string& request) {
+            if (--untilSwap == 0) {
+                SwapForALink();
+            }
+            return request.starts_with("Cmd=DR") ? List(request)
+                   : Chance(20)                  ? "NAK"
+                   : Chance(10) ? Packet(request[13] == '0' ? '+' : '0', std::string(1363, 'd'))
+                                : Packet('0', "data");
+        };
+    }
+
+    bool Chance(unsigned oneIn) { return random() % oneIn == 0; }
+    const std::string& Any(const std::vector<std::string>& of) { return of[random() % of.size()]; }
+
+    std::string List(const std::string& request) {
+        const auto depth = std::count(request.begin(), request.end(), '\\');
+        if (endless) {
+            return Page('0', {Record(".."), Record("d", 0, kFolder), Record("a")});
+        }
+        const bool first = request[6] == '0';
+        if (Chance(30)) {
+            return first && Chance(2) ? "NAK" : Page('0', {Record("a")}).substr(0, 10);
+        }
+        std::vector<std::string> records;
+        for (auto count = random() % 6; count > 0; --count) {
+            const bool isHostile = harmful && Chance(4);
+            const std::string& name = Any(isHostile ? hostile : odd);
+            const std::string seen = name.c_str();  // up to its NUL
+            spoilt = spoilt || (!IsPlainName(seen) && seen != "." && seen != "..");
+            records.push_back(Record(name, 4, depth < 4 && Chance(3) ? kFolder : 0x20));
+        }
+        return Page(first && Chance(4) ? '+' : '0', records);
+    }
+
+    // A folder of the destination, or the destination, is taken away, and a link put there.
+    void SwapForALink() {
+        std::vector<std::string> folders{to};
+        for (const auto& entry : fs::recursive_directory_iterator(to)) {
+            if (entry.is_directory() && !entry.is_symlink()) {
+                folders.push_back(entry.path());
+            }
+        }
+        const std::string folder = Any(folders);
+        fs::rename(folder, scratch.Path() + "/moved");
+        fs::create_directory_symlink(Chance(2) ? outside : outside + "/sub", folder);
+    }
+
+    void PlantLinks() {
+        fs::remove_all(to);
+        fs::remove_all(scratch.Path() + "/moved");
+        fs::create_directory(to);
+        for (const char* name : {"a", "b", "sub", "deep", "victim"}) {
+            if (harmful && Chance(3)) {
+                fs::create_symlink(Chance(4) ? "." : outside + (Chance(2) ? "/sub" : "/new"),
+                                   to + '/' + name);
+            } else if (harmful && Chance(3)) {
+                fs::create_symlink(std::string("../outside/") + name, to + '/' + name);
+            }
+        }
+    }
+
+    const ScratchFolder scratch;
+    const std::string outside = scratch.Path() + "/outside";
+    const std::string to = scratch.Path() + "/to";
+    std::map<std::string, std::string> before;
+    std::vector<std::string> hostile;
+    std::vector<std::string> odd;  // plain names, strange as they are
+    std::mt19937_64 random;
+    bool harmful = true;
+    bool endless = false;
+    bool spoilt = false;
+    unsigned untilSwap = 0;
+};
+
+TEST_F(HostileTrees, LeadNowhereAndEnd) {
+    const int trees = Scaled(1000);
+    int copied = 0;
+    for (int seed = 0; seed < trees; ++seed) {
+        random.seed(static_cast<uint64_t>(seed));
+        harmful = seed % 4 != 0;
+        endless = seed % 50 == 1;
+        PlantLinks();
+        untilSwap = harmful && Chance(3) ? 1 + static_cast<unsigned>(random() % 12) : 0;
+        spoilt = false;
+        sent.clear();
+        const int result = link->CmdGF(u"p", scratch.Text(u"to").c_str(), 0, 1);
+        copied += result;
+        ASSERT_FALSE(result != 0 && (spoilt || endless)) << "tree " << seed;
+        ASSERT_LT(sent.size(), 5000U) << "tree " << seed;
+        const std::u16string file = u"p\\" + WidenName(Any(Chance(2) ? hostile : odd));
+        PlantLinks();
+        untilSwap = 1;
+        const bool fetched = link->CmdUP(file.c_str(), scratch.Text(u"to").c_str(), 0, 1) != 0;
+        ASSERT_FALSE(fetched && !IsPlainName(WideCharToMultiByte(LastComponent(file.c_str()))));
+        ASSERT_TRUE(Snapshot(outside) == before) << "tree " << seed;
+        ASSERT_EQ(link->m_bBusy, 0);
+    }
+    std::cout << "    " << trees << " trees, " << copied << " copied whole\n";
+    EXPECT_GT(copied, trees / 20) << "odd names alone do no harm";
+}
+
+// What comes is now and then something else.
+std::string Garbled(std::string reply, std::mt19937_64& random) {
+    const auto byte = [&random] { return static_cast<char>(random()); };
+    switch (random() % 8) {
+        case 0:
+            reply.resize(random() % (reply.size() + 1));
+            break;
+        case 1:
+            for (auto count = 1 + random() % 4; count > 0 && !reply.empty(); --count) {
+                reply[random() % reply.size()] = byte();
+            }
+            break;
+        case 2:
+            reply[random() % std::min<size_t>(reply.size(), 40)] = byte();
+            break;
+        case 3:
+            reply.resize(random() % 1500);
+            std::generate(reply.begin(), reply.end(), byte);
+            break;
+        case 4:
+            reply.append(random() % 1500, byte());
+            break;
+        case 5:
+            reply.assign(1400, byte());
+            break;
+        default:
+            break;
+    }
+    return reply;
+}
+
+TEST(GarbledReplies, EndEachCommandAndLeaveTheRestAlone) {
+    std::mt19937_64 random(8);
+    for (const PanelWorld::Command& command : PanelWorld::Commands()) {
+        SCOPED_TRACE(command.name);
+        const ScratchFolder outside;
+        outside.Write("victim", "safe");
+        PanelWorld world;
+        fs::create_directory_symlink(outside.Path(), world.local.Path() + "/sub");
+        const auto before = Snapshot(outside.Path());
+        int garbled = 0;
+        world.mangle = [&](const std::string& reply) {
+            ++garbled;
+            return Garbled(reply, random);
+        };
+        int runs = 0;
+        for (const int wanted = Scaled(2000); garbled < wanted; ++runs) {
+            const int earlier = garbled;
+            world.Run(command, runs % 2 != 0);
+            ASSERT_GT(garbled, earlier);
+            ASSERT_LT(garbled, earlier + 2000);
+            ASSERT_EQ(g_link.m_bBusy, 0);
+        }
+        EXPECT_TRUE(Snapshot(outside.Path()) == before);
+        EXPECT_TRUE(world.TempFiles().empty());
+        std::cout << "    " << command.name << ": " << garbled << " replies in " << runs
+                  << " runs\n";
+    }
+}
+
+}  // namespace
+}  // namespace brenholt
