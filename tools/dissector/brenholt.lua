@@ -1,4 +1,5 @@
--- Wireshark dissector for the protocol between hosts and Tavrin operator panels.
+-- Wireshark dissector for the protocol between hosts and Tavrin operator panels. Wireshark loads it from a
+-- plugin folder (see Help, About, Folders); tshark also with -X lua_script:brenholt.lua.
 --
 -- UDP 10250: beacons to hosts. UDP 10251: requests to a panel. UDP 10252: its replies.
 -- A reply does not say what it answers: it belongs to the last request between the same two ends.
