@@ -1,7 +1,9 @@
 // The one link object, its start and its stop.
+#include <dlfcn.h>
 #include <pthread.h>
 
 #include <new>
+#include <utility>
 
 #include "link/tv_udp.h"
 #include "platform/clock.h"
@@ -31,6 +33,29 @@ class LinkHolder {
 };
 
 LinkHolder g_holder;
+
+// A reference of the module to itself, held while its threads run: a host that unloads it without
+// slot 15 leaves it loaded, and the threads their code. Slot 15 drops it, and the next unloading
+// takes effect.
+class OwnReference {
+ public:
+    void Take() {
+        Dl_info own{};
+        if (m_handle == nullptr && dladdr(this, &own) != 0) {
+            m_handle = dlopen(own.dli_fname, RTLD_NOW | RTLD_NOLOAD);
+        }
+    }
+    void Drop() {
+        if (m_handle != nullptr) {
+            dlclose(std::exchange(m_handle, nullptr));
+        }
+    }
+
+ private:
+    void* m_handle = nullptr;
+};
+
+OwnReference g_ownReference;
 
 // A fork must not catch a lock in the hands of a thread that the child does not have.
 void BeforeFork() NO_THREAD_SAFETY_ANALYSIS {
@@ -73,6 +98,7 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
         Close();
         return 0;
     }
+    g_ownReference.Take();
     return m_ping.Start(retries, timeoutMs, asyncMode);
 }
 
@@ -88,6 +114,7 @@ void CTvUdp::Stop() {
         m_worker.reset();
     }
     Close();
+    g_ownReference.Drop();
 }
 
 void CTvUdp::AbandonInChild() {
