@@ -47,9 +47,27 @@ class HostileTrees : public LinkFixture {
                    std::string("\0a", 2),
                    std::string("..\0a", 4),
                    std::string("../outside\0a", 12)};
-        odd = {"a", "b", "sub", "deep", "victim", "link", "...", " ", "~", "-rf", "C:", "%2e%2e",
-               "sub ", "TMP00000000.tmp", std::string(255, 'n'), "\xFF\xFE", "\xC0\xAE\xC0\xAE",
-               "e\xCC\x81", "\xC3\xA9", "\xEF\xBC\x8F", std::string("a\0../b", 6)};
+        odd = {"a",
+               "b",
+               "sub",
+               "deep",
+               "victim",
+               "link",
+               "...",
+               " ",
+               "~",
+               "-rf",
+               "C:",
+               "%2e%2e",
+               "sub ",
+               "TMP00000000.tmp",
+               std::string(255, 'n'),
+               "\xFF\xFE",
+               "\xC0\xAE\xC0\xAE",
+               "e\xCC\x81",
+               "\xC3\xA9",
+               "\xEF\xBC\x8F",
+               std::string("a\0../b", 6)};
         answer = [this](const std::string& request) {
             if (--untilSwap == 0) {
                 SwapForALink();

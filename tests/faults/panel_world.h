@@ -39,8 +39,8 @@ class PanelWorld {
                 replies);
             for (const tavrin::Reply& reply : replies) {
                 const std::string bytes(reply.bytes.begin(), reply.bytes.end());
-                wire.Arrive(1000, {request.peer, kPanelPort, kCommandPort,
-                                   mangle ? mangle(bytes) : bytes});
+                wire.Arrive(
+                    1000, {request.peer, kPanelPort, kCommandPort, mangle ? mangle(bytes) : bytes});
             }
         };
         g_link.Create(kCommandPort);

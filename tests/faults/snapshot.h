@@ -21,10 +21,10 @@ inline std::map<std::string, std::string> Snapshot(const std::string& root) {
         struct stat status {};
         lstat(path.c_str(), &status);
         std::string text;
-        for (const auto number : {static_cast<int64_t>(status.st_mode),
-                                  static_cast<int64_t>(status.st_ino), status.st_mtim.tv_sec,
-                                  status.st_mtim.tv_nsec, status.st_ctim.tv_sec,
-                                  status.st_ctim.tv_nsec}) {
+        for (const auto number :
+             {static_cast<int64_t>(status.st_mode), static_cast<int64_t>(status.st_ino),
+              status.st_mtim.tv_sec, status.st_mtim.tv_nsec, status.st_ctim.tv_sec,
+              status.st_ctim.tv_nsec}) {
             text += std::to_string(number) + ' ';
         }
         if (S_ISLNK(status.st_mode)) {
