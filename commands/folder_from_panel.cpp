@@ -3,6 +3,7 @@
 #include <new>
 
 #include "commands/file_record.h"
+#include "commands/listing.h"
 #include "link/command_run.h"
 #include "link/tv_udp.h"
 #include "platform/folder.h"

@@ -12,7 +12,6 @@
 #include <string_view>
 
 #include "brenholt/brenholt.h"
-#include "commands/listing.h"
 #include "discovery/adapter_info.h"
 #include "discovery/tavrin_unit.h"
 #include "discovery/tv_ping.h"
@@ -27,6 +26,7 @@ namespace brenholt {
 
 class CFolder;
 struct CFileStatus;
+struct Listing;
 struct WalkPlace;
 
 inline constexpr uint16_t kPanelPort = BRENHOLT_PORT_PANEL;

@@ -5,7 +5,8 @@ cd "$(dirname "${BASH_SOURCE[0]}")/.."
 run_packages=(libicu72 libqt6widgets6)
 build_packages=(g++ cmake ninja-build pkg-config libicu-dev libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev qt6-base-dev libxcb1-dev python3)
-test_packages=(locales fonts-dejavu-core xvfb xauth xdotool iproute2 util-linux)
+test_packages=(locales fonts-dejavu-core xvfb xauth xdotool iproute2 util-linux
+    tshark dpkg-dev)
 
 # Installs what is missing of the given Debian packages; quiet and quick when nothing is.
 need_packages() {

@@ -10,12 +10,15 @@
 namespace host {
 namespace {
 
+// Beside the program, as in the build folder, or where it is installed: BRENHOLT_MODULE_DIR leads
+// there from the program's folder.
 std::string FindModule() {
     std::error_code error;
-    const auto beside =
-        std::filesystem::read_symlink("/proc/self/exe", error).parent_path() / "brenholt.so";
-    return std::filesystem::exists(beside, error) ? beside.string()
-                                                  : BRENHOLT_MODULE_DIR "/brenholt.so";
+    const auto folder = std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+    const auto beside = folder / "brenholt.so";
+    return std::filesystem::exists(beside, error)
+               ? beside.string()
+               : (folder / BRENHOLT_MODULE_DIR / "brenholt.so").string();
 }
 
 // dlopen looks for a bare name in the library path; an option names a file.
