@@ -34,6 +34,8 @@ class FailingSockets : public testing::Test {
         ASSERT_NE(FuncTable.Start(3, 1000, 0), 0);
         ASSERT_EQ(FuncTable.CmdUP(u"f", folder.c_str()), 1);
         FuncTable.Stop();
+        // Later than the spin of a wait, so that each wait comes to its poll.
+        server->SetFaults(0, tavrin::ParseFaults("delay=1:1ms"));
     }
     void TearDown() override { FuncTable.Stop(); }
 
