@@ -17,3 +17,11 @@ if(BRENHOLT_SANITIZE)
         -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(brenholt_options INTERFACE -fsanitize=${BRENHOLT_SANITIZE})
 endif()
+
+# The sanitized presets compile the sources of `target` as one: most of their build is headers. The
+# optimised preset compiles each alone, and so sees that each includes what it uses.
+function(brenholt_unity_when_sanitized target)
+    if(BRENHOLT_SANITIZE)
+        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
+    endif()
+endfunction()

@@ -12,7 +12,7 @@
 namespace host {
 namespace {
 
-struct Arguments {
+struct CommandArguments {
     std::string name;
     std::string text;
 };
@@ -40,7 +40,7 @@ int32_t Send(Session& session, const std::string& name, const std::u16string& te
     return session.Run([&] { return session.table().CmdTM(); });
 }
 
-void RunCommand(Session& session, const Arguments& args) {
+void RunCommand(Session& session, const CommandArguments& args) {
     const std::u16string text = PanelText(args.text);
     session.Connect();
     const auto start = Clock::now();
@@ -62,7 +62,7 @@ void RunCommand(Session& session, const Arguments& args) {
 }  // namespace
 
 Action DefineCommand(CLI::App& app) {
-    auto args = std::make_shared<Arguments>();
+    auto args = std::make_shared<CommandArguments>();
     app.add_option(
            "NAME", args->name,
            "What to send; TM asks for a sign of life, the others mean what the panel makes of them")

@@ -15,7 +15,7 @@
 namespace host {
 namespace {
 
-struct Arguments {
+struct GetArguments {
     std::vector<std::string> paths;
     bool recursive = false;
     bool update = false;
@@ -93,7 +93,7 @@ bool GetFile(Session& session, const std::string& remote, const std::string& fol
     return ok;
 }
 
-void Get(Session& session, const Arguments& args) {
+void Get(Session& session, const GetArguments& args) {
     const auto [remotes, folder] = Split(args.paths);
     const std::string trouble = FolderTrouble(folder);
     if (!trouble.empty() && !(args.recursive && !std::filesystem::exists(folder))) {
@@ -122,7 +122,7 @@ void Get(Session& session, const Arguments& args) {
 }  // namespace
 
 Action DefineGet(CLI::App& app) {
-    auto args = std::make_shared<Arguments>();
+    auto args = std::make_shared<GetArguments>();
     app.add_option("PATH", args->paths,
                    "Panel files; the last of several paths is the host folder that they go into, "
                    "else the current one")

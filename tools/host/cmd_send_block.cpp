@@ -13,7 +13,7 @@
 namespace host {
 namespace {
 
-struct Arguments {
+struct SendBlockArguments {
     std::string file;
     std::string text;
 };
@@ -33,7 +33,7 @@ std::vector<uint8_t> ReadBlock(const std::string& file) {
     return block;
 }
 
-void SendBlock(Session& session, const Arguments& args) {
+void SendBlock(Session& session, const SendBlockArguments& args) {
     const std::vector<uint8_t> block = ReadBlock(args.file);
     const std::u16string text = PanelText(args.text);
     session.Connect();
@@ -59,7 +59,7 @@ void SendBlock(Session& session, const Arguments& args) {
 }  // namespace
 
 Action DefineSendBlock(CLI::App& app) {
-    auto args = std::make_shared<Arguments>();
+    auto args = std::make_shared<SendBlockArguments>();
     app.add_option("FILE", args->file, "Host file whose bytes are the block")->required();
     app.add_option("TEXT", args->text, "Text that goes with the block, as it is")->required();
     return [args](Session& session) { SendBlock(session, *args); };

@@ -13,7 +13,7 @@ namespace host {
 namespace {
 
 constexpr int kMaxDepth = 32;
-constexpr size_t kMaxEntries = 1'000'000;
+constexpr size_t kMaxListed = 1'000'000;
 
 bool IsPlainName(std::string_view name) {
     return !name.empty() && name != "." && name != ".." &&
@@ -62,7 +62,7 @@ void Reader::Take(const PanelDirEntry& entry, const std::u16string& remote,
         tree.refused.push_back(below + ": not a name of its own");
         return;
     }
-    if (tree.files.size() + tree.folders.size() >= kMaxEntries) {
+    if (tree.files.size() + tree.folders.size() >= kMaxListed) {
         tree.refused.push_back(below + ": too many entries");
         return;
     }
