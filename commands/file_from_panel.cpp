@@ -1,8 +1,8 @@
 // UP: a panel file to the host. Each request names the offset of the bytes that it wants next.
 //
 //    request: 0 "Cmd=UP", 6 offset as eight upper-case hexadecimal digits, 14 remote path, NUL
-//    reply:   0-2 anything, 3 '0' in the last packet, 9 last-write time (high word, low word), 37
-//    data
+//    reply:   0-2 anything, 3 '0' in the last packet, 9 last-write time (high word, low word),
+//             37 data
 #include "commands/file_from_panel.h"
 
 #include <algorithm>
@@ -72,14 +72,18 @@ class TempFile {
     bool m_first = true;
 };
 
-// Packets on their way to the temporary file.
+// Packets on their way to the temporary file. Most files are small: the whole block is asked for
+// when a file outgrows the first room.
 class Staging {
  public:
-    explicit Staging(TempFile& file) : m_file(file), m_block(MakeTransferBlock()) {}
+    explicit Staging(TempFile& file) : m_file(file), m_block(MakeTransferBlock(m_room)) {}
     explicit operator bool() const { return m_block != nullptr; }
 
     // Room for the largest reply is kept behind what is staged.
     bool Add(std::span<const uint8_t> data) {
+        if (m_staged + data.size() > m_room && !Widen()) {
+            return false;
+        }
         std::memcpy(m_block.get() + m_staged, data.data(), data.size());
         m_staged += data.size();
         return m_staged + kMaxDatagram <= kTransferBlock || Flush();
@@ -90,7 +94,19 @@ class Staging {
     }
 
  private:
+    bool Widen() {
+        std::unique_ptr<uint8_t[]> block = MakeTransferBlock(kTransferBlock);
+        if (!block) {
+            return false;
+        }
+        std::memcpy(block.get(), m_block.get(), m_staged);
+        m_block = std::move(block);
+        m_room = kTransferBlock;
+        return true;
+    }
+
     TempFile& m_file;
+    size_t m_room = 64 << 10;
     std::unique_ptr<uint8_t[]> m_block;
     size_t m_staged = 0;
 };

@@ -4,8 +4,7 @@
 //    6      sequence digit
 //    7      remote text, NUL
 //    H      PanelFileRecord, 25 bytes; byNameLen is the low byte of L, the length in characters of
-//    the
-//           file's absolute path on the host
+//           the file's absolute path on the host
 //    H+25   name area, L + 1 bytes: the file's short name, zeros up to the end
 //    P      data, P = H + 26 + L
 #include "commands/file_to_panel.h"
@@ -99,8 +98,7 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     const PanelFileRecord record{static_cast<uint32_t>(file.m_size), file.m_lastWrite,
                                  file.m_attribute, static_cast<uint8_t>(file.m_szFullName.size())};
     WriteRecord(std::span(m_txBuf).subspan(header).first<kRecordSize>(), record);
-    // Characters may be fewer than bytes: a name that its area cannot hold has no place on the
-    // wire.
+    // Characters may be fewer than bytes: a name too long for its area has no place on the wire.
     if (name.size() >= nameArea) {
         return false;
     }
@@ -109,11 +107,12 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
               m_txBuf.begin() + static_cast<ptrdiff_t>(prefix), uint8_t{0});
 
     AckJudge judge(m_stale, m_txBuf[kDigitAt]);
-    const std::unique_ptr<uint8_t[]> memory = MakeTransferBlock();
+    const auto room = static_cast<size_t>(std::min<uint64_t>(file.m_size, kTransferBlock));
+    const std::unique_ptr<uint8_t[]> memory = MakeTransferBlock(room);
     if (!memory) {
         return false;
     }
-    const std::span<uint8_t> block(memory.get(), kTransferBlock);
+    const std::span<uint8_t> block(memory.get(), room);
     for (uint64_t offset = 0; offset < file.m_size || offset == 0;) {
         std::span<const uint8_t> rest =
             block.first(ReadLocalFile(path, block, offset, file.m_identity));

@@ -3,17 +3,15 @@
 // A transfer without a resend, a cancel before it, or an exact repeat of a block in its data sends
 // and waits as if there were no guard. Otherwise:
 //  - A reply that may be the twin of an earlier one is held back: the attempt waits on from the
-//  same
-//    start, and anything better wins.
+//    same start, and anything better wins.
 //  - When nothing better comes, ordinary data is asked for again, and the same reply is believed
-//  the
-//    second time. A run of equal bytes, where packets are alike by nature, is taken if the earlier
-//    sends were rather lost than late.
+//    the second time. A run of equal bytes, where packets are alike by nature, is taken if the
+//    earlier sends were rather lost than late.
 //  - A long irregular reply that repeats one of the last few is held for a moment only: the network
 //    may have doubled that one.
 //  - Replies to a request that was given up have never been seen. The transfer begins when they
-//  must be
-//    in; as many first replies are held back for a quarter of the timeout, then asked for again.
+//    must be in; as many first replies are held back for a quarter of the timeout, then asked for
+//    again.
 #ifndef BRENHOLT_COMMANDS_GUARDED_JUDGE_H
 #define BRENHOLT_COMMANDS_GUARDED_JUDGE_H
 

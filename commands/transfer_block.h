@@ -1,18 +1,17 @@
-// The 20 MiB of memory that a file transfer holds while it runs.
+// The memory that a file passes through, in blocks of 20 MiB.
 #ifndef BRENHOLT_COMMANDS_TRANSFER_BLOCK_H
 #define BRENHOLT_COMMANDS_TRANSFER_BLOCK_H
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <new>
 
-#include "link/tv_udp.h"
-
 namespace brenholt {
 
-// Null when there is no memory. Left unwritten, so that a small file costs only the pages it needs.
-inline std::unique_ptr<uint8_t[]> MakeTransferBlock() {
-    return std::unique_ptr<uint8_t[]>(new (std::nothrow) uint8_t[kTransferBlock]);
+// Memory for `size` bytes, unwritten; null when there is none.
+inline std::unique_ptr<uint8_t[]> MakeTransferBlock(size_t size) {
+    return std::unique_ptr<uint8_t[]>(new (std::nothrow) uint8_t[size]);
 }
 
 }  // namespace brenholt
