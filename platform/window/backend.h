@@ -44,14 +44,14 @@ namespace brenholt {
 class DialogEvents {
  public:
     // `message`, `control`, `code`:
-    //    WM_COMMAND, id, BN_CLICKED     a button was pressed. Escape sends it with IDCANCEL, Enter
-    //    with
-    //                                   the default button's id, whether or not such a button
-    //                                   exists
-    //    WM_NOTIFY, id, LVN_ITEMCHANGED the list's selection changed: once for each change, after
-    //    it WM_NOTIFY, id, NM_DBLCLK       double click in the list WM_NOTIFY, id, IPN_FIELDCHANGED
-    //    the user changed a field of an address control WM_CLOSE, 0, 0                 the close
-    //    box. The window stays until EndModal
+    //    WM_COMMAND, id, BN_CLICKED       a button was pressed. Escape sends it with IDCANCEL,
+    //                                     Enter with the default button's id, whether or not such
+    //                                     a button exists
+    //    WM_NOTIFY, id, LVN_ITEMCHANGED   the list's selection changed: once for each change, after
+    //                                     it
+    //    WM_NOTIFY, id, NM_DBLCLK         double click in the list
+    //    WM_NOTIFY, id, IPN_FIELDCHANGED  the user changed a field of an address control
+    //    WM_CLOSE, 0, 0                   the close box. The window stays until EndModal
     virtual void OnEvent(uint32_t message, int control, uint16_t code) noexcept = 0;
 
     // A row of an owner-drawn list is to be drawn, now, on `request.hDC`.
