@@ -30,7 +30,10 @@ def start(*arguments, **options):
 def run(*arguments, **options):
     """Exit code, stdout as bytes, stderr as text."""
     process = start(*arguments, **options)
-    out, err = process.communicate(timeout=60)
+    try:
+        out, err = process.communicate(timeout=60)
+    finally:
+        process.kill()  # one that hangs would keep the ports from the tests to come
     return process.returncode, out, err.decode(errors="replace")
 
 
