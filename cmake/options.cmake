@@ -17,6 +17,9 @@ if(BRENHOLT_SANITIZE)
         -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(brenholt_options INTERFACE -fsanitize=${BRENHOLT_SANITIZE})
 endif()
+if(BRENHOLT_FUZZ)
+    target_compile_options(brenholt_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
 
 # The sanitized presets compile the sources of `target` as one: most of their build is headers. The
 # optimised preset compiles each alone, and so sees that each includes what it uses.
