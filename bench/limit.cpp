@@ -1,0 +1,126 @@
+// The limit of a lock-step transfer: bare datagrams to and fro, and nothing else.
+//   bench_limit serve ADDRESS
+//   bench_limit run ADDRESS REQUEST REPLY COUNT    prints seconds and CPU seconds
+// The first two bytes of a request tell how long its reply is to be. Both ends wait as the link does:
+// a short spin, then poll.
+#include <arpa/inet.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr uint16_t kPort = 10260;
+constexpr auto kSpin = std::chrono::microseconds(50);
+
+[[noreturn]] void Fail(const char* what) {
+    std::perror(what);
+    std::exit(1);
+}
+
+sockaddr_in Address(const char* text, uint16_t port) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(port);
+    if (inet_pton(AF_INET, text, &address.sin_addr) != 1) {
+        Fail(text);
+    }
+    return address;
+}
+
+int Socket(const sockaddr_in& local) {
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK, 0);
+    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
+        Fail("bind");
+    }
+    return fd;
+}
+
+ssize_t Receive(int fd, char* buffer, size_t size, sockaddr_in& from, int waitMs) {
+    for (const auto end = Clock::now() + kSpin;;) {
+        socklen_t length = sizeof from;
+        const ssize_t n =
+            recvfrom(fd, buffer, size, 0, reinterpret_cast<sockaddr*>(&from), &length);
+        if (n >= 0) {
+            return n;
+        }
+        if (Clock::now() >= end) {
+            pollfd waiting{fd, POLLIN, 0};
+            if (poll(&waiting, 1, waitMs) == 0) {
+                return -1;
+            }
+        }
+    }
+}
+
+void Send(int fd, const char* bytes, size_t size, const sockaddr_in& to) {
+    if (sendto(fd, bytes, size, 0, reinterpret_cast<const sockaddr*>(&to), sizeof to) < 0) {
+        Fail("sendto");
+    }
+}
+
+int Serve(const char* address) {
+    const int fd = Socket(Address(address, kPort));
+    std::puts("ready");
+    std::fflush(stdout);
+    char buffer[2048] = {};
+    for (;;) {
+        sockaddr_in from{};
+        if (Receive(fd, buffer, sizeof buffer, from, -1) >= 2) {
+            uint16_t reply = 0;
+            std::memcpy(&reply, buffer, sizeof reply);
+            Send(fd, buffer, std::min<size_t>(reply, sizeof buffer), from);
+        }
+    }
+}
+
+double CpuSeconds() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    const auto seconds = [](const timeval& time) {
+        return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+    };
+    return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+int Run(const char* address, size_t request, uint16_t reply, long count) {
+    const int fd = Socket(Address("127.0.0.1", 0));
+    const sockaddr_in panel = Address(address, kPort);
+    char buffer[2048] = {};
+    const double cpu = CpuSeconds();
+    const auto start = Clock::now();
+    for (long i = 0; i < count; ++i) {
+        std::memcpy(buffer, &reply, sizeof reply);
+        Send(fd, buffer, request, panel);
+        sockaddr_in from{};
+        if (Receive(fd, buffer, sizeof buffer, from, 1000) != reply) {
+            Fail("no reply");
+        }
+    }
+    const std::chrono::duration<double> took = Clock::now() - start;
+    std::printf("%.6f %.6f\n", took.count(), CpuSeconds() - cpu);
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const std::string mode = argc > 1 ? argv[1] : "";
+    if (mode == "serve" && argc == 3) {
+        return Serve(argv[2]);
+    }
+    if (mode == "run" && argc == 6) {
+        return Run(argv[2], std::strtoul(argv[3], nullptr, 10),
+                   static_cast<uint16_t>(std::strtoul(argv[4], nullptr, 10)),
+                   std::strtol(argv[5], nullptr, 10));
+    }
+    std::fputs("Usage: bench_limit serve ADDRESS | run ADDRESS REQUEST REPLY COUNT\n", stderr);
+    return 2;
+}

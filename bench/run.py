@@ -1,0 +1,225 @@
+"""Measures the module against the limit of one datagram in flight and against other lock-step clients,
+interleaved in one run. Started by scripts/bench."""
+import argparse
+import os
+import pathlib
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+import report
+
+PANEL, LIMIT_ADDRESS, PEER_PORT = "127.0.0.2", "127.0.0.3", "10269"
+FETCH_DATA, SEND_DATA = 1363, 1300  # bytes of file in a full datagram, about
+MIB = 1 << 20
+
+
+class Bench:
+    def __init__(self, build, scratch, rounds):
+        self.build, self.scratch, self.rounds = build, scratch, rounds
+        self.storage, self.local = scratch / "panel", scratch / "local"
+        self.storage.mkdir()
+        self.local.mkdir()
+        self.servers = []
+
+    def serve(self, *command, ready=None):
+        process = subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE,
+                                   stderr=subprocess.DEVNULL, text=True)
+        self.servers.append(process)
+        if ready and not process.stdout.readline().startswith(ready):
+            sys.exit(f"{command[0]} does not run")
+        return process
+
+    def stop_servers(self):
+        for process in self.servers:
+            process.terminate()
+            process.wait()
+        self.servers.clear()
+
+    def limit(self, request, reply, size, data):
+        """Seconds and CPU seconds of as many bare round trips as a transfer of `size` bytes has."""
+        count = -(-size // data)
+        out = subprocess.run([self.build / "bench/bench_limit", "run", LIMIT_ADDRESS, str(request),
+                              str(reply), str(count)], check=True, capture_output=True, text=True)
+        seconds, cpu = map(float, out.stdout.split())
+        return seconds, cpu
+
+    def link(self, job, *arguments):
+        """What bench_link prints: seconds, CPU seconds, KiB of growth, wake-ups."""
+        out = subprocess.run([self.build / "bench/bench_link", self.build / "brenholt.so", job,
+                              *map(str, arguments)], capture_output=True, text=True, timeout=300)
+        if out.returncode != 0:
+            sys.exit(f"{job} {arguments}: {out.stderr}")
+        seconds, cpu, growth, wakeups = out.stdout.split()
+        return float(seconds), float(cpu), int(growth), int(wakeups)
+
+    def peer(self, *command, stdin=None):
+        """Seconds and CPU seconds of another client; None when it is not there or fails."""
+        if not shutil.which(command[0]) or not shutil.which("atftpd"):
+            return None
+        start = time.monotonic()
+        process = subprocess.Popen(list(map(str, command)), stdin=stdin, stdout=subprocess.DEVNULL,
+                                   stderr=subprocess.DEVNULL, cwd=self.local)
+        _, status, usage = os.wait4(process.pid, 0)
+        took = time.monotonic() - start
+        process.returncode = status
+        return (took, usage.ru_utime + usage.ru_stime) if status == 0 else None
+
+    def file(self, folder, name, size):
+        with open(folder / name, "wb") as out:
+            for _ in range(size // MIB):
+                out.write(os.urandom(MIB))
+            out.write(os.urandom(size % MIB))
+        return name
+
+    def medians(self, jobs):
+        """Runs each job in turn, round after round; for each name the list of its results."""
+        results = {name: [] for name in jobs}
+        for number in range(self.rounds):
+            for name, job in jobs.items():
+                result = job()
+                if result is not None:
+                    results[name].append(result)
+            print(f"  round {number + 1} of {self.rounds}", file=sys.stderr)
+        return results
+
+    def transfers(self, size):
+        """Rows of the table of ratios for one size of file."""
+        self.file(self.storage, "f", size)
+        self.file(self.local, "s", size)
+        (self.storage / "up").unlink(missing_ok=True)
+        at = f"tftp://127.0.0.1:{PEER_PORT}"
+        jobs = {
+            "fetch limit": lambda: self.limit(30, 1400, size, FETCH_DATA),
+            "fetch direct": lambda: self.link("fetch", "direct", "f", self.local),
+            "fetch posted": lambda: self.link("fetch", "posted", "f", self.local),
+            "fetch curl": lambda: self.peer("curl", "-s", "--tftp-blksize", FETCH_DATA, "-o", "by-curl", f"{at}/f"),
+            "fetch atftp": lambda: self.peer("atftp", "--option", f"blksize {FETCH_DATA}", "-g", "-r", "f",
+                                             "-l", "by-atftp", "127.0.0.1", PEER_PORT),
+            "send limit": lambda: self.limit(1400, 4, size, SEND_DATA),
+            "send direct": lambda: self.link("send", "direct", self.local / "s"),
+            "send posted": lambda: self.link("send", "posted", self.local / "s"),
+            "send curl": lambda: self.peer("curl", "-s", "--tftp-blksize", FETCH_DATA, "-T", "s", f"{at}/up"),
+            "send atftp": lambda: self.peer("atftp", "--option", f"blksize {FETCH_DATA}", "-p", "-l", "s",
+                                            "-r", "up", "127.0.0.1", PEER_PORT),
+        }
+        if size <= 32 * MIB:
+            jobs["block direct"] = lambda: self.link("block", "direct", size)
+        results = self.medians(jobs)
+        if (self.local / "f").read_bytes() != (self.storage / "f").read_bytes():
+            sys.exit("the fetched file differs")
+        rows = []
+        for name, runs in results.items():
+            if runs:
+                base = results[("fetch" if name.startswith("fetch") else "send") + " limit"]
+                ratios = [limit[0] / run[0] for limit, run in zip(base, runs)]
+                rows.append(report.Row(name, ratios, size / MIB / statistics.median(r[0] for r in runs),
+                                       statistics.median(r[1] for r in runs) / (size / 1e9)))
+        return rows
+
+    def folder(self, count=1000, size=4096):
+        """Files a second: the module's folder copy, and a peer with as many files in one process."""
+        (self.storage / "many").mkdir()
+        for i in range(count):
+            self.file(self.storage / "many", f"f{i:03}", size)
+        last = f"{count - 1:03}"
+        jobs = {
+            "folder direct": lambda: self.link("folder", "direct", "many", self.local / "many"),
+            "folder posted": lambda: self.link("folder", "posted", "many", self.local / "many"),
+            "folder curl": lambda: self.peer(
+                "curl", "-s", "--tftp-blksize", FETCH_DATA, "-o", "curl-many/f#1",
+                f"tftp://127.0.0.1:{PEER_PORT}/many/f[000-{last}]"),
+        }
+        (self.local / "many").mkdir()
+        (self.local / "curl-many").mkdir()
+        results = self.medians(jobs)
+        return [(name, [count / run[0] for run in runs]) for name, runs in results.items() if runs]
+
+    def presence(self, rounds):
+        """The cost of being there, as (what, text) pairs."""
+        def median(index, *job):
+            return statistics.median(self.link(*job)[index] for _ in range(rounds))
+        loads = [self.link("load") for _ in range(4 * rounds)]
+        idle = self.link("idle", 5)
+        silent = [self.link("silent", 1000) for _ in range(rounds)]
+        cancels = [self.link("cancel", 5000)[0] for _ in range(4 * rounds)]
+        late = [run[0] * 1000 - 1000 for run in silent]
+        yield "load the module", f"{statistics.median(l[0] for l in loads) * 1000:.1f} ms, " \
+            f"{statistics.median(l[2] for l in loads)} KiB"
+        yield "idle link", f"{idle[3] / 5:.0f} wake-ups and {idle[1] / 5 * 1000:.1f} ms of CPU a second"
+        yield "a silent wait of 1 s", f"{statistics.median(s[1] for s in silent) * 100:.2f} % of a core, " \
+            f"{statistics.median(late):.1f} ms late (worst {max(late):.1f})"
+        yield "cancel in a silent wait", f"{statistics.median(cancels) * 1000:.1f} ms " \
+            f"(worst {max(cancels) * 1000:.1f})"
+        (self.storage / "list").mkdir()
+        for entries in (10, 100, 1000):
+            for path in range(len(list((self.storage / "list").iterdir())), entries):
+                (self.storage / "list" / f"entry{path:04}").touch()
+            took = median(0, "list", "direct", "list", 20) / 20
+            yield f"a listing of {entries} entries", f"{took * 1000:.2f} ms, {took * 1e6 / entries:.1f} us an entry"
+
+    def growth(self, sizes):
+        """For each size of file: seconds of CPU per GB and KiB of growth, fetched and sent."""
+        for size in sizes:
+            self.file(self.storage, "g", size)
+            self.file(self.local, "g", size)
+            fetch = self.link("fetch", "direct", "g", self.local)
+            os.replace(self.local / "g", self.local / "h")
+            send = self.link("send", "direct", self.local / "h")
+            yield size, fetch, send
+
+    def crowd(self, counts):
+        """For each number of panels heard, a beacon a second each: the share of a core."""
+        for count in counts:
+            panels = [f"--panel=127.0.{1 + i // 200}.{1 + i % 200}={self.storage}" for i in range(count)]
+            process = self.serve(self.build / "tavrin-panel", "--quiet", *panels, ready="ready")
+            yield count, self.link("idle", 5)
+            process.terminate()
+            process.wait()
+            self.servers.remove(process)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("build", type=pathlib.Path)
+    parser.add_argument("--quick", action="store_true", help="small sizes, one round: does it run")
+    parser.add_argument("--page", type=pathlib.Path, help="page whose tables are written anew")
+    parser.add_argument("--plot", type=pathlib.Path, help="SVG of the ratios")
+    options = parser.parse_args()
+    memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
+    with tempfile.TemporaryDirectory(dir=memory) as scratch:
+        bench = Bench(options.build.resolve(), pathlib.Path(scratch), 1 if options.quick else 5)
+        script = bench.scratch / "script"
+        script.write_text("TM * silent\n")
+        try:
+            sections = measure(bench, script, options.quick)
+        finally:
+            bench.stop_servers()
+    report.write(sections, options.page, options.plot)
+
+
+def measure(bench, script, quick):
+    quiet = bench.build / "tavrin-panel", "--quiet"
+    page = report.Sections()
+    for count, idle in bench.crowd((1, 20) if quick else (1, 25, 100, 400)):
+        page.crowd.append((count, idle))
+    bench.serve(bench.build / "bench/bench_limit", "serve", LIMIT_ADDRESS, ready="ready")
+    bench.serve(*quiet, "--panel", f"{PANEL}={bench.storage}", "--beacon-interval", "100ms",
+                "--spin", "50us", "--script", script, ready="ready")
+    if shutil.which("atftpd"):
+        bench.serve("atftpd", "--daemon", "--no-fork", "--port", PEER_PORT, "--bind-address", "127.0.0.1",
+                    "--user", "root", "--group", "root", bench.storage)
+    sizes = (MIB,) if quick else (32 * MIB, 256 * MIB)
+    for size in sizes:
+        page.transfers.append((size // MIB, bench.transfers(size)))
+    page.folder = bench.folder(100 if quick else 1000)
+    page.presence = list(bench.presence(1 if quick else 5))
+    page.growth = list(bench.growth((MIB, 2 * MIB) if quick else [MIB << n for n in (0, 4, 6, 8, 10)]))
+    return page
+
+
+if __name__ == "__main__":
+    main()
