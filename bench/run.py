@@ -208,7 +208,7 @@ def measure(bench, script, quick):
         page.crowd.append((count, idle))
     bench.serve(bench.build / "bench/bench_limit", "serve", LIMIT_ADDRESS, ready="ready")
     bench.serve(*quiet, "--panel", f"{PANEL}={bench.storage}", "--beacon-interval", "100ms",
-                "--spin", "50us", "--script", script, ready="ready")
+                "--spin", "1ms", "--script", script, ready="ready")
     if shutil.which("atftpd"):
         bench.serve("atftpd", "--daemon", "--no-fork", "--port", PEER_PORT, "--bind-address", "127.0.0.1",
                     "--user", "root", "--group", "root", bench.storage)

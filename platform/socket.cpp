@@ -22,7 +22,9 @@ uint64_t NowNs() {
 
 }  // namespace
 
-bool CAsyncSocket::Create(uint16_t port) { return Create(port, {}); }
+bool CAsyncSocket::Create(uint16_t port) {
+    return Create(port, {});
+}
 
 bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
     CDescriptor fd(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
@@ -49,41 +51,40 @@ bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
     return true;
 }
 
-void CAsyncSocket::Close() { m_socket.Close(); }
+void CAsyncSocket::Close() {
+    m_socket.Close();
+}
 
 int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
     from = {};
-    iovec part{buffer.data(), buffer.size()};
-    msghdr message{};
-    message.msg_name = &from;
-    message.msg_namelen = sizeof from;
-    message.msg_iov = &part;
-    message.msg_iovlen = 1;
-    const ssize_t n = Uninterrupted([&] { return recvmsg(m_socket.Get(), &message, 0); });
-    return n < 0 || (message.msg_flags & MSG_TRUNC) != 0 ? -1 : static_cast<int>(n);
+    const ssize_t n = Uninterrupted([&] {
+        socklen_t length = sizeof from;
+        return recvfrom(m_socket.Get(), buffer.data(), buffer.size(), MSG_TRUNC,
+                        reinterpret_cast<sockaddr*>(&from), &length);
+    });
+    // The real length, also of a datagram that was cut to the buffer.
+    return n < 0 || static_cast<size_t>(n) > buffer.size() ? -1 : static_cast<int>(n);
 }
 
 int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitMs) {
+    from = {};
     if (!m_socket) {
-        from = {};
         Sleep(waitMs);
         return -1;
     }
-    int n = TakeDatagram(buffer, from);
-    if (n >= 0 || waitMs == 0) {
-        return n;
-    }
-    while (NowNs() < m_spinUntil) {
-        n = TakeDatagram(buffer, from);
+    while (waitMs > 0 && NowNs() < m_spinUntil) {
+        const int n = TakeDatagram(buffer, from);
         if (n >= 0) {
             return n;
         }
     }
-    pollfd waiting{m_socket.Get(), POLLIN, 0};
-    if (poll(&waiting, 1, static_cast<int>(waitMs)) > 0) {
-        n = TakeDatagram(buffer, from);
+    if (waitMs > 0) {
+        pollfd waiting{m_socket.Get(), POLLIN, 0};
+        if (poll(&waiting, 1, static_cast<int>(waitMs)) <= 0) {
+            return -1;
+        }
     }
-    return n;
+    return TakeDatagram(buffer, from);
 }
 
 int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {

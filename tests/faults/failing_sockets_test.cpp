@@ -89,10 +89,10 @@ TEST_F(FailingSockets, EachFromStartToStop) {
                     {Call::PthreadCreate, 9},
                     {Call::Sendto, 9},
                     {Call::Poll, 5},
-                    {Call::Recvmsg, 12},
+                    {Call::Recvfrom, 12},
                     {Call::Close, 9},
                     {Call::Allocation, 60},
-                    {Call::Recvmsg, 12, Way::Interrupt},
+                    {Call::Recvfrom, 12, Way::Interrupt},
                     {Call::Poll, 5, Way::Interrupt},
                     {Call::Sendto, 9, Way::Interrupt}};
     int count = 0;

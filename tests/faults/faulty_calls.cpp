@@ -27,7 +27,7 @@ constexpr std::array kKinds{
     Kind{"flock", ENOLCK},          Kind{"fstat", EIO},          Kind{"ftruncate", EIO},
     Kind{"getrandom", EAGAIN},      Kind{"lseek", EINVAL},       Kind{"mkdirat", ENOSPC},
     Kind{"open", EMFILE},           Kind{"openat", ENFILE},      Kind{"poll", ENOMEM},
-    Kind{"pthread_create", EAGAIN}, Kind{"read", EIO},           Kind{"recvmsg", ENOMEM},
+    Kind{"pthread_create", EAGAIN}, Kind{"read", EIO},           Kind{"recvfrom", ENOMEM},
     Kind{"renameat", EIO},          Kind{"sendto", ENETUNREACH}, Kind{"setsockopt", ENOMEM},
     Kind{"socket", EMFILE},         Kind{"stat", EACCES},        Kind{"unlinkat", EIO},
     Kind{"utimensat", EPERM},       Kind{"write", ENOSPC},
@@ -167,7 +167,9 @@ FAULTY(int, Open, open, (const char* name, int flags, mode_t mode), (name, flags
 FAULTY(int, Openat, openat, (int at, const char* name, int flags, mode_t mode),
        (at, name, flags, mode))
 FAULTY(int, Poll, poll, (pollfd * fds, nfds_t count, int ms), (fds, count, ms))
-FAULTY(ssize_t, Recvmsg, recvmsg, (int fd, msghdr* message, int flags), (fd, message, flags))
+FAULTY(ssize_t, Recvfrom, recvfrom,
+       (int fd, void* to, size_t size, int flags, sockaddr* from, socklen_t* length),
+       (fd, to, size, flags, from, length))
 FAULTY(int, Renameat, renameat, (int from, const char* old, int to, const char* name),
        (from, old, to, name))
 FAULTY(ssize_t, Sendto, sendto,

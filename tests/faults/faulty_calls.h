@@ -23,7 +23,7 @@ enum class Call {
     Poll,
     PthreadCreate,
     Read,
-    Recvmsg,
+    Recvfrom,
     Renameat,
     Sendto,
     Setsockopt,
