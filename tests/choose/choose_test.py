@@ -29,20 +29,18 @@ class Choose(unittest.TestCase):
             display = ":" + numbers.readline().strip()
         environment = {**os.environ, "DISPLAY": display, "QT_QPA_PLATFORM": "xcb"}
 
-        host = self.start([HOST, "choose"], env=environment, stdout=subprocess.PIPE, text=True,
-                          cwd=folder)
-
         def xdotool(*arguments):
             return subprocess.run(["xdotool", *arguments], env=environment, check=True, text=True,
                                   capture_output=True, timeout=60).stdout.split()
 
-        dialog = xdotool("search", "--sync", "--onlyvisible", "--name", "^Search Tavrin$")[-1]
-        xdotool("windowfocus", "--sync", dialog)
-        xdotool("key", "Tab", "Down", "Return")
-        answer, _ = host.communicate(timeout=60)
-        self.assertEqual(host.returncode, 0)
-        self.assertIn("127.0.0.2", answer)
-        self.assertIn("Line1", answer)
+        for words, expected in ((["choose"], "Line1\n"), (["--choose", "identify"], "Line1  0001 0000 0000\n")):
+            host = self.start([HOST, *words], env=environment, stdout=subprocess.PIPE, text=True, cwd=folder)
+            dialog = xdotool("search", "--sync", "--onlyvisible", "--name", "^Search Tavrin$")[-1]
+            xdotool("windowfocus", "--sync", dialog)
+            xdotool("key", "Tab", "Down", "Return")
+            answer, _ = host.communicate(timeout=60)
+            self.assertEqual(host.returncode, 0)
+            self.assertRegex(answer, rf"^127\.0\.0\.2 .*{expected}$")
 
     def start(self, command, **options):
         process = subprocess.Popen(command, **options)

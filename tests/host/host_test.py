@@ -51,7 +51,8 @@ def wait_for(condition):
 
 @contextlib.contextmanager
 def panels(*arguments):
-    process = subprocess.Popen([TAVRIN_PANEL, "--quiet", "--beacon-interval", "100ms", *arguments],
+    quiet = [] if "--log" in arguments else ["--quiet"]
+    process = subprocess.Popen([TAVRIN_PANEL, *quiet, "--beacon-interval", "100ms", *arguments],
                                stdout=subprocess.PIPE)
     try:
         assert process.stdout.readline().startswith(b"ready")
@@ -103,7 +104,7 @@ class Discovery(Case):
             self.assertIn("127.0.0.3  Two words", err)
             code, out, err = run("-p", "127.0.0.9", "--wait", "0.5", "list")
             self.assertEqual((code, out), (3, b""))
-            self.assertRegex(err, "no beacon of 127.0.0.9.*our network lo.*\n(.*\n)*.*127.0.0.2")
+            self.assertRegex(err, "no beacon of 127.0.0.9 in 0.5 s.*our network lo.*\n(.*\n)*.*127.0.0.2")
         code, out, err = run("--wait", "0.5", "list")
         self.assertEqual((code, out), (3, b""))
         self.assertIn("no panel was heard", err)
@@ -136,7 +137,7 @@ class Commands(Case):
                 code, out, err = self.at(mode, "command", "RM", "nothing")
                 self.assertEqual((code, out), (1, b""))
                 self.assertIn("answers an identity query", err)
-                code, out, _ = self.at(mode, "--json", "identify")
+                code, out, _ = self.at(mode, "-j", "identify")
                 self.assertEqual(code, 0)
                 self.assertEqual(lines(out)[0]["project"], "Line1")
                 self.assertEqual(len(lines(out)[0]["words"]), 3)
@@ -157,7 +158,19 @@ class Commands(Case):
             code, out, err = self.at("-t", "50", "--json", "get", "-r", "a", self.out)
             self.assertFalse(lines(out)[0]["ok"])
 
+    def test_attempts_and_timeout(self):
+        script = self.make("script", b"* * silent\n")
+        with panels("--panel", self.panel_argument(), "--script", os.fsdecode(script), "--log") as panel:
+            for options in (["--attempts", "2", "--timeout", "500"], ["-a", "5", "-t", "20"]):
+                self.assertEqual(self.at(*options, "command", "TM")[0], 1)
+            panel.terminate()
+            sent = [float(time) for time in re.findall(rb" ([\d.]+)  \S+ -> \S+  TM ", panel.stdout.read())]
+        self.assertEqual(len(sent), 2 + 5)
+        self.assertGreaterEqual(sent[1] - sent[0], 0.49)
+        self.assertLess(sent[6] - sent[2], 4 * 0.49)
+
     def test_usage(self):
+        self.assertRegex(run("--version")[1], rb"^brenholt \d+\.\d+\.\d+\n$")
         for words in ([], ["nonsense"], ["list", "--nonsense"], ["get"], ["command", "XX"],
                       ["command", "TM", "text"], ["-p", "1.2.3", "list"], ["-a", "0", "list"],
                       ["--choose", "-p", "1.2.3.4", "list"], ["--posted", "--direct", "list"],
@@ -180,7 +193,7 @@ class Commands(Case):
     def test_choose_needs_a_display(self):
         environment = {key: value for key, value in ENVIRONMENT.items()
                        if key not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
-        for words in (["choose"], ["--choose", "list"]):
+        for words in (["choose"], ["-c", "list"]):
             result = subprocess.run([BRENHOLT, *words], capture_output=True, env=environment,
                                     timeout=60)
             self.assertEqual((result.returncode, result.stdout), (3, b""))
@@ -336,8 +349,11 @@ class Waiting(Case):
             return ":280A " in sockets.read()
 
     def test_interrupt_while_listening(self):
-        process = start("--wait", "60", "-p", "127.0.0.2", "list")
+        shutil.copy(os.path.join(os.path.dirname(BRENHOLT), "brenholt.so"), os.path.join(self.out, b"other.so"))
+        process = start("-w", "60", "--module", "other.so", "-p", "127.0.0.2", "list", cwd=self.out)
         wait_for(lambda: self.listens(process))
+        with open(f"/proc/{process.pid}/maps", "rb") as mapped:
+            self.assertIn(os.path.join(self.out, b"other.so"), mapped.read())
         process.send_signal(signal.SIGINT)
         process.communicate(timeout=20)
         self.assertEqual(process.returncode, 130)
@@ -350,7 +366,7 @@ class Waiting(Case):
             code, _, err = self.at("get", "-r", "dir", self.out)
             self.assertEqual(code, 0)
             self.assertNotIn("\r", err)
-            for words in (["-r", "dir"], ["dir/1"]):
+            for words in (["-r", "dir"], ["dir/1"], ["--direct", "dir/1"]):
                 ours, theirs = pty.openpty()
                 began = time.monotonic()
                 process = subprocess.Popen([BRENHOLT, "-p", "127.0.0.2", "get", *words, self.out],
@@ -362,6 +378,9 @@ class Waiting(Case):
                 shown = os.read(ours, 1 << 16).decode()
                 os.close(ours)
                 updates = re.findall(r"\r([^\r\n]*[0-9] s)\x1b\[K", shown)
+                if "--direct" in words:
+                    self.assertEqual(updates, [])
+                    continue
                 self.assertGreater(len(updates), 0)
                 self.assertLessEqual(len(updates), 10 * seconds + 2)
                 self.assertIn("of 4 files" if "-r" in words else "10.0 kB", updates[-1])
