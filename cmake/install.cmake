@@ -42,8 +42,11 @@ install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT de
 # brenholt-tools: the programs, and the dissector where Debian's Wireshark looks for it.
 install(TARGETS brenholt_host tavrin-panel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
 install(DIRECTORY docs/man/ DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
-install(FILES tools/host/brenholt.bash-completion RENAME brenholt
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+foreach(program host/brenholt panel/tavrin-panel)
+    get_filename_component(name ${program} NAME)
+    install(FILES tools/${program}.bash-completion RENAME ${name}
+        DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+endforeach()
 install(FILES tools/dissector/brenholt.lua
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/wireshark/plugins COMPONENT tools)
 

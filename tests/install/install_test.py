@@ -116,8 +116,9 @@ class Packages(Scratch):
         for name in (f"{library}/brenholt/brenholt.so", f"{library}/brenholt/brenholt-window-qt.so",
                      f"{library}/pkgconfig/brenholt.pc", f"{library}/cmake/brenholt/brenholt-config.cmake",
                      f"{library}/wireshark/plugins/brenholt.lua", "usr/include/brenholt/brenholt.h",
-                     "usr/bin/brenholt", "usr/bin/tavrin-panel", "usr/share/man/man1/brenholt.1",
-                     "usr/share/bash-completion/completions/brenholt",
+                     *(path for name in ("brenholt", "tavrin-panel") for path in
+                       (f"usr/bin/{name}", f"usr/share/man/man1/{name}.1",
+                        f"usr/share/bash-completion/completions/{name}")),
                      "usr/share/doc/brenholt/README.md", "usr/share/doc/brenholt/docs/host-guide.md",
                      "usr/share/doc/brenholt/examples/minimal_host.py"):
             self.assertTrue((self.unpacked / name).is_file(), name)

@@ -1,57 +1,79 @@
-"""Help, manual page and completion of the command-line host name the same things.
+"""Help, manual page and completion of each program name the same things, and something uses each option.
 
-Usage: manuals_test.py BRENHOLT SOURCE_DIR
+Usage: manuals_test.py PROJECT_FOLDER BRENHOLT TAVRIN_PANEL
 """
 
-import os
+import pathlib
 import re
 import subprocess
 import sys
 import unittest
 
-BRENHOLT, SOURCE = sys.argv[1:3]
+PROJECT, BRENHOLT, TAVRIN_PANEL = map(pathlib.Path, sys.argv[1:4])
+del sys.argv[1:]
+# Each program with the test that runs it.
+PROGRAMS = {BRENHOLT: "tests/host/host_test.py", TAVRIN_PANEL: "tests/panel/program_test.py"}
+
+
+def options(page):
+    """Every spelling of every option that a page of help shows."""
+    return {name for names in re.findall(r"^  (-[\w,-]+)", page, re.M) for name in names.split(",")}
 
 
 class Manuals(unittest.TestCase):
-    def help(self, *words):
-        return subprocess.run([BRENHOLT, *words, "--help"], capture_output=True, text=True,
-                              check=True, timeout=60).stdout
+    def help_pages(self, program):
+        """The pages of help by the subcommand's name; the program's own is at ''."""
+        def page(*words):
+            return subprocess.run([program, *words, "--help"], capture_output=True, text=True, check=True,
+                                  timeout=60).stdout
+        top = page()
+        names = re.findall(r"^  ([a-z][a-z-]*) ", top.partition("Subcommands:")[2].partition("\n\n")[0], re.M)
+        return {"": top, **{name: page(name) for name in names}}
 
-    def test_help_man_and_completion_agree(self):
-        top = self.help()
-        names = re.findall(r"^  ([a-z][a-z-]*) ", top.split("Subcommands:")[1], re.MULTILINE)
-        self.assertEqual(len(names), 8)
-        texts = {name: self.help(name) for name in names}
-        for name, text in texts.items():
-            self.assertRegex(text, rf"Example:\n  brenholt .*{name}")
-        options = {option for text in [top, *texts.values()]
-                   for option in re.findall(r"^ +(?:-., ?|-.,)?(--[a-z]+)", text, re.MULTILINE)}
-        short = {option for text in [top, *texts.values()]
-                 for option in re.findall(r"^ +(-[a-z]),", text, re.MULTILINE)}
-        with open(os.path.join(SOURCE, "docs/man/brenholt.1")) as file:
-            manual = file.read().replace("\\-", "-")
-        with open(os.path.join(SOURCE, "tools/host/brenholt.bash-completion")) as file:
-            completion = file.read()
-        said = r"(?<![\w-])(--?[a-z][a-z-]*)"
-        self.assertGreaterEqual(len(options), 13)
-        self.assertEqual(set(re.findall(said, manual)) & {*options, *short}, options | short)
-        for option in set(re.findall(r"(?<![\w-])(--[a-z]+)", manual)):
-            self.assertIn(option, options)
-        words = set(re.findall(r"[\w-]+", completion))
-        self.assertLessEqual(options | short | set(names), words)
-        for name in names:
-            self.assertIn(f"\n.B {name}\n", manual)
+    def complete(self, program, *words):
+        file, = PROJECT.glob(f"tools/*/{program.name}.bash-completion")
+        script = (f"source '{file}'; compopt() {{ :; }}; COMP_WORDS=(\"$@\"); COMP_CWORD=$(($#-1));"
+                  f"_{program.name.replace('-', '_')}; echo \"${{COMPREPLY[@]}}\"")
+        result = subprocess.run(["bash", "-c", script, "bash", program.name, *words], capture_output=True,
+                                text=True, timeout=20, cwd=PROJECT)
+        self.assertEqual(result.stderr, "", words)
+        return result.stdout.split()
 
-    def test_completion(self):
-        script = (f"source '{SOURCE}/tools/host/brenholt.bash-completion'; compopt() {{ :; }};"
-                  "COMP_WORDS=(\"$@\"); COMP_CWORD=$(($#-1)); _brenholt; echo \"${COMPREPLY[@]}\"")
+    def test_help_manual_and_completion_agree(self):
+        for program in PROGRAMS:
+            pages = self.help_pages(program)
+            manual = (PROJECT / f"docs/man/{program.name}.1").read_text().replace("\\-", "-")
+            headings = re.findall(r"^\.TP\n\.BR? (.*)", manual, re.M)
+            self.assertEqual(set(re.findall(r"(?<![\w-])--?[a-z][a-z-]*", "\n".join(headings))),
+                             {name for page in pages.values() for name in options(page)})
+            self.assertLessEqual({*pages} - {""}, {*headings})
+            for name, page in pages.items():
+                self.assertRegex(page, rf"Examples?:\n  {program.name} .*{name}")
+                words = [name] if name else []
+                self.assertEqual({*self.complete(program, *words, "-")}, options(page) | options(pages[""]), name)
+            if len(pages) > 1:
+                self.assertEqual({*self.complete(program, "")}, {*pages} - {""})
+
+    def test_each_option_is_used(self):
+        shown = "\n".join(line for page in [PROJECT / "README.md", *PROJECT.glob("docs/*.md")]
+                          for line in page.read_text().splitlines() if line.startswith("$ "))
+        for program, test in PROGRAMS.items():
+            said = re.findall(r'"(-[\w-]+)"', (PROJECT / test).read_text())
+            for line in re.findall(rf"\$ {program.name} .*", shown):
+                said += line.split()
+            used = {*said, *(f"-{letter}" for word in said if re.match(r"-\w", word) for letter in word[1:])}
+            for name, page in self.help_pages(program).items():
+                self.assertLessEqual(options(page) - {"-h", "--help"}, used, (program.name, name))
+
+    def test_values_complete(self):
         for words, expected in ((["d"], "discover"), (["-p", "1.2.3.4", "comm"], "command"),
-                                (["command", "R"], "RM"), (["discover", "--wat"], "--watch"),
-                                (["get", "--rec"], "--recursive"), (["list", "--rec"], "")):
-            result = subprocess.run(["bash", "-c", script, "bash", "brenholt", *words],
-                                    capture_output=True, text=True, timeout=20)
-            self.assertEqual((result.stdout.strip(), result.stderr), (expected, ""), words)
+                                (["command", "R"], "RM"), (["get", "--rec"], "--recursive"), (["list", "--rec"], ""),
+                                (["--timeout", ""], ""), (["--module", "CMakeP"], "CMakePresets.json")):
+            self.assertEqual(self.complete(BRENHOLT, *words), expected.split(), words)
+        for words, expected in ((["--pc"], "--pcap"), (["--fault", "-"], ""),
+                                (["--script", "CMakeP"], "CMakePresets.json")):
+            self.assertEqual(self.complete(TAVRIN_PANEL, *words), expected.split(), words)
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1], verbosity=2)
+    unittest.main(verbosity=2)

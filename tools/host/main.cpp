@@ -113,6 +113,9 @@ ExitCode Run(const std::vector<std::string>& arguments, Interrupt& interrupt) {
     CLI::App app("The link to Tavrin operator panels: finds them, sends commands, moves files.",
                  "brenholt");
     app.footer(
+        "Examples:\n"
+        "  brenholt discover\n"
+        "  brenholt --panel 192.168.0.10 get --recursive project backup/\n\n"
         "Exit codes: 0 done, 1 the command failed, 2 wrong usage, 3 no such panel,\n"
         "4 the link cannot run, 130 cancelled.\n"
         "'brenholt SUBCOMMAND --help' shows the options and an example.");
