@@ -119,7 +119,8 @@ class Program(unittest.TestCase):
         self.socket("127.0.0.2", 10251)
         for words, code, reason in (
                 ([], 2, "--panel is required"), (["127.0.0.2"], 2, "ADDRESS=FOLDER"),
-                ([f"{panel}:P:MIPS"], 2, "ARM or X86"), ([f"{panel}:P:ARM:1"], 2, "looks like 1.23"), ([panel, "--log", "--quiet"], 2, "excludes"),
+                ([f"{panel}:P:MIPS"], 2, "ARM or X86"), ([f"{panel}:P:ARM:1"], 2, "looks like 1.23"),
+                ([panel, "--log", "--quiet"], 2, "excludes"),
                 ([panel, "--fault", "lsoe=1"], 2, "no such fault"), ([panel, "--host", "x"], 2, "IPv4"),
                 ([panel, "--beacon-interval", "5"], 2, "needs a unit"), ([panel, "--script", script], 2, "line 2"),
                 (["127.0.0.2=/nonexistent"], 1, "/nonexistent"), ([panel], 1, "127.0.0.2:10251"),
