@@ -81,7 +81,7 @@ void Discover(Session& session) {
     if (units.empty()) {
         throw Failure(ExitCode::NoPanel,
                       options.panel.empty()
-                          ? Format("no panel was heard in %.3g s", wait)
+                          ? NothingHeard(wait)
                           : Format("no beacon of %s in %.3g s; it %s", options.panel.c_str(), wait,
                                    NetworkOf(options.panel).c_str()));
     }

@@ -58,6 +58,9 @@ Action DefineList(CLI::App& app) {
             throw Failure(ExitCode::Failed,
                           "\"" + *folder + "\" cannot be listed: " + listing.trouble);
         }
+        if (listing.entries.empty()) {
+            Say("nothing is listed: the folder is empty, or the panel refused");
+        }
         for (const PanelDirEntry& entry : listing.entries) {
             PrintEntry(entry, session.options().json);
         }

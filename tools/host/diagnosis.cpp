@@ -14,6 +14,7 @@
 #include <limits>
 #include <memory>
 #include <system_error>
+#include <vector>
 
 #include "tools/host/session.h"
 #include "tools/host/text.h"
@@ -44,6 +45,42 @@ in_addr_t AddressOf(const sockaddr* address) {
     return reinterpret_cast<const sockaddr_in*>(address)->sin_addr.s_addr;
 }
 
+struct Network {
+    in_addr_t address;
+    in_addr_t mask;
+    std::string name;  // "eth0 (192.168.0.5/24)"
+};
+
+std::vector<Network> OurNetworks() {
+    ifaddrs* first = nullptr;
+    if (getifaddrs(&first) != 0) {
+        return {};
+    }
+    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> all(first, &freeifaddrs);
+    std::vector<Network> ours;
+    for (const ifaddrs* at = first; at != nullptr; at = at->ifa_next) {
+        if (at->ifa_addr == nullptr || at->ifa_addr->sa_family != AF_INET ||
+            at->ifa_netmask == nullptr || (at->ifa_flags & IFF_UP) == 0) {
+            continue;
+        }
+        char own[INET_ADDRSTRLEN] = "";
+        const in_addr ip{AddressOf(at->ifa_addr)};
+        const in_addr_t mask = AddressOf(at->ifa_netmask);
+        inet_ntop(AF_INET, &ip, own, sizeof own);
+        ours.push_back(
+            {ip.s_addr & mask, mask, Format("%s (%s/%d)", at->ifa_name, own, std::popcount(mask))});
+    }
+    return ours;
+}
+
+std::string NamesOf(const std::vector<Network>& networks) {
+    std::string names;
+    for (const Network& network : networks) {
+        names += (names.empty() ? "" : ", ") + network.name;
+    }
+    return names.empty() ? "none can be seen" : names;
+}
+
 }  // namespace
 
 std::string TakenPorts() {
@@ -66,31 +103,20 @@ std::string TakenPorts() {
     return text;
 }
 
+std::string NothingHeard(double seconds) {
+    return Format("no panel was heard in %.3g s; our networks: ", seconds) + NamesOf(OurNetworks());
+}
+
 std::string NetworkOf(const std::string& address) {
     in_addr wanted{};
     inet_pton(AF_INET, address.c_str(), &wanted);
-    ifaddrs* first = nullptr;
-    if (getifaddrs(&first) != 0) {
-        return "may be on one of our networks or not: " + ErrorText(errno);
-    }
-    const std::unique_ptr<ifaddrs, decltype(&freeifaddrs)> all(first, &freeifaddrs);
-    std::string ours;
-    for (const ifaddrs* at = first; at != nullptr; at = at->ifa_next) {
-        if (at->ifa_addr == nullptr || at->ifa_addr->sa_family != AF_INET ||
-            at->ifa_netmask == nullptr || (at->ifa_flags & IFF_UP) == 0) {
-            continue;
+    const std::vector<Network> networks = OurNetworks();
+    for (const Network& network : networks) {
+        if ((wanted.s_addr & network.mask) == network.address) {
+            return "is on our network " + network.name;
         }
-        char own[INET_ADDRSTRLEN] = "";
-        const in_addr ip{AddressOf(at->ifa_addr)};
-        const in_addr_t mask = AddressOf(at->ifa_netmask);
-        inet_ntop(AF_INET, &ip, own, sizeof own);
-        const std::string network = Format("%s (%s/%d)", at->ifa_name, own, std::popcount(mask));
-        if ((ip.s_addr & mask) == (wanted.s_addr & mask)) {
-            return "is on our network " + network;
-        }
-        ours += (ours.empty() ? "" : ", ") + network;
     }
-    return "is on none of our networks: " + (ours.empty() ? "there are none" : ours);
+    return "is on none of our networks: " + NamesOf(networks);
 }
 
 std::string Silence(Session& session) {

@@ -14,6 +14,9 @@ class Session;
 // asked before the link starts, as it takes the same ports.
 std::string TakenPorts();
 
+// A sentence for when no panel at all beaconed for that long, with the networks they may be on.
+std::string NothingHeard(double seconds);
+
 // Whether a host with this address (dotted decimal) can be a neighbour: "is on our network lo
 // (127.0.0.1/8)", or "is on none of our networks" with their list.
 std::string NetworkOf(const std::string& address);

@@ -90,8 +90,7 @@ void Session::TakeOnlyPanel() {
     HearAll();
     const auto heard = Heard();
     if (heard.empty()) {
-        throw Failure(ExitCode::NoPanel,
-                      Format("no panel was heard in %.3g s", options_.WaitForAll()));
+        throw Failure(ExitCode::NoPanel, NothingHeard(options_.WaitForAll()));
     }
     if (heard.size() > 1) {
         std::string text = "several panels were heard; name one with --panel ADDRESS:";
