@@ -33,7 +33,7 @@ static int talk(const BrenholtTable* table, const char* address) {
         wide[i] = (unsigned char)address[i];
     }
     if (!wait_for_panel(table, wide)) {
-        fprintf(stderr, "%s was not heard\n", address);
+        fprintf(stderr, "%s was not heard; does another host run on this machine?\n", address);
         return 1;
     }
     uint16_t a = 0;
@@ -67,6 +67,8 @@ int main(int argc, char** argv) {
     int result = 2;
     if (table->Start(ATTEMPTS, TIMEOUT_MS, DIRECT)) {
         result = talk(table, argv[2]);
+    } else {
+        fprintf(stderr, "the link cannot run\n");
     }
     table->Stop();
     dlclose(module);

@@ -22,6 +22,8 @@ class DirEntry(ctypes.Structure):
                 ("attributes", c_uint32), ("name", c_char * 260)]
 
 
+if len(sys.argv) != 3:
+    sys.exit("usage: minimal_host.py MODULE ADDRESS")
 module = ctypes.CDLL(sys.argv[1])
 table = (c_void_p * 36).in_dll(module, "FuncTable")
 
@@ -46,7 +48,7 @@ def wait_for_panel(address):
     deadline = time.monotonic() + 5
     while not use_unit(wide(address)):
         if time.monotonic() > deadline:
-            sys.exit(f"{address} was not heard")
+            sys.exit(f"{address} was not heard; does another host run on this machine?")
         time.sleep(0.1)
 
 
