@@ -30,6 +30,7 @@ build_preset() { # preset [target...]
     shift
     mkdir -p build
     log=build/$preset.log
+    echo "Building $preset; what the compiler says goes to $log" >&2
     if ! { cmake --preset "$preset" && cmake --build --preset "$preset" ${@:+--target "$@"}; } >"$log" 2>&1; then
         grep -E 'error|warning|FAILED|CMake Error' -A 5 "$log" | head -n 60 >&2 || tail -n 40 "$log" >&2
         echo "Building $preset failed; the whole output is in $log" >&2
