@@ -20,6 +20,7 @@ target_link_libraries(brenholt_header INTERFACE ${CMAKE_DL_LIBS})
 install(TARGETS brenholt_module brenholt_window_qt
     LIBRARY DESTINATION ${module_folder} COMPONENT runtime)
 install(FILES README.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+install(DIRECTORY docs DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime PATTERN man EXCLUDE)
 
 # brenholt-dev: for the author of a host.
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/brenholt)
@@ -36,8 +37,7 @@ set(pkgconfig_folder ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 file(RELATIVE_PATH from_pkgconfig_to_prefix /${pkgconfig_folder} /)
 configure_file(cmake/brenholt.pc.in brenholt.pc @ONLY)
 install(FILES ${CMAKE_CURRENT_BINARY_DIR}/brenholt.pc DESTINATION ${pkgconfig_folder} COMPONENT dev)
-install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev
-    PATTERN man EXCLUDE PATTERN __pycache__ EXCLUDE)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT dev PATTERN __pycache__ EXCLUDE)
 
 # brenholt-tools: the programs, and the dissector where Debian's Wireshark looks for it.
 install(TARGETS brenholt_host tavrin-panel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
@@ -69,7 +69,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_NAME brenholt-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "brenholt (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEV_DESCRIPTION "Header and examples for hosts of the Brenholt module
-The C header of the module's table, a CMake package, a pkg-config file, guides and examples.")
+The C header of the module's table, a CMake package, a pkg-config file and examples.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME brenholt-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION net)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS "wireshark | tshark")
