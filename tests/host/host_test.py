@@ -55,7 +55,8 @@ def panels(*arguments):
     process = subprocess.Popen([TAVRIN_PANEL, *quiet, "--beacon-interval", "100ms", *arguments],
                                stdout=subprocess.PIPE)
     try:
-        assert process.stdout.readline().startswith(b"ready")
+        # The first beacon may be logged before it.
+        next(line for line in process.stdout if line.startswith(b"ready"))
         yield process
     finally:
         process.terminate()
