@@ -6,18 +6,16 @@
 #include "commands/file_from_panel.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <cstring>
 #include <functional>
 
 #include "commands/file_record.h"
 #include "commands/guarded_judge.h"
 #include "commands/reply_words.h"
-#include "commands/transfer_block.h"
 #include "link/command_run.h"
 #include "link/tv_udp.h"
 #include "platform/file.h"
+#include "platform/memory.h"
 #include "platform/path.h"
 
 namespace brenholt {
@@ -33,6 +31,12 @@ constexpr ExchangeRules kRules{kPaceGently, kPaceSteeply, false};
 
 // A panel may send so many packets in a row that hold no data and are not the last.
 constexpr int kMaxEmptyPackets = 1000;
+
+void WriteOffset(std::span<uint8_t, kOffsetDigits> digits, uint32_t offset) {
+    for (size_t i = digits.size(); i > 0; --i, offset >>= 4) {
+        digits[i - 1] = static_cast<uint8_t>("0123456789ABCDEF"[offset & 0xF]);
+    }
+}
 
 // A new temporary file; deleted by the destructor, where it no longer is after it took its place.
 class TempFile {
@@ -76,7 +80,7 @@ class TempFile {
 // when a file outgrows the first room.
 class Staging {
  public:
-    explicit Staging(TempFile& file) : m_file(file), m_block(MakeTransferBlock(m_room)) {}
+    explicit Staging(TempFile& file) : m_file(file), m_block(AllocateBlock(m_room)) {}
     explicit operator bool() const { return m_block != nullptr; }
 
     // Room for the largest reply is kept behind what is staged.
@@ -95,7 +99,7 @@ class Staging {
 
  private:
     bool Widen() {
-        std::unique_ptr<uint8_t[]> block = MakeTransferBlock(kTransferBlock);
+        MemoryBlock block = AllocateBlock(kTransferBlock);
         if (!block) {
             return false;
         }
@@ -107,7 +111,7 @@ class Staging {
 
     TempFile& m_file;
     size_t m_room = 64 << 10;
-    std::unique_ptr<uint8_t[]> m_block;
+    MemoryBlock m_block;
     size_t m_staged = 0;
 };
 
@@ -201,9 +205,7 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
     uint32_t offset = 0;
     int emptyPackets = 0;
     for (bool last = false; !last;) {
-        std::array<char, kOffsetDigits + 1> digits{};
-        std::snprintf(digits.data(), digits.size(), "%08X", offset);
-        std::memcpy(m_txBuf.data() + kOffsetAt, digits.data(), kOffsetDigits);
+        WriteOffset(std::span(m_txBuf).subspan<kOffsetAt, kOffsetDigits>(), offset);
         if (Exchange(header, kRules, judge) != Outcome::Done) {
             return false;
         }

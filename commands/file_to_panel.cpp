@@ -13,9 +13,9 @@
 
 #include "commands/file_record.h"
 #include "commands/reply_words.h"
-#include "commands/transfer_block.h"
 #include "link/command_run.h"
 #include "link/tv_udp.h"
+#include "platform/memory.h"
 #include "platform/path.h"
 
 namespace brenholt {
@@ -108,7 +108,7 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
 
     AckJudge judge(m_stale, m_txBuf[kDigitAt]);
     const auto room = static_cast<size_t>(std::min<uint64_t>(file.m_size, kTransferBlock));
-    const std::unique_ptr<uint8_t[]> memory = MakeTransferBlock(room);
+    const MemoryBlock memory = AllocateBlock(room);
     if (!memory) {
         return false;
     }

@@ -146,7 +146,12 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
         }
         if (verdict == Verdict::Done || verdict == Verdict::Failed) {
             // Of the earlier sends, also those whose answer was no use: it may have been another's.
-            NoteSettled(judge.Key(reply), attempt, GetTickCount() - start);
+            const uint32_t answerMs = GetTickCount() - start;
+            if (attempt == 0) {
+                m_nAnswerMsX8 += answerMs - m_nAnswerMsX8 / 8;
+            } else {
+                NoteSettledLate(judge.Key(reply), attempt, answerMs);
+            }
             silent.count = 0;
             return verdict == Verdict::Done ? Outcome::Done : Outcome::Failed;
         }
@@ -158,13 +163,9 @@ Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
     return Outcome::Failed;
 }
 
-void CTvUdp::NoteSettled(uint64_t key, int resends, uint32_t answerMs) {
+void CTvUdp::NoteSettledLate(uint64_t key, int resends, uint32_t answerMs) {
     constexpr uint32_t kPromptFactor = 4;
     constexpr uint32_t kPromptSlackMs = 5;
-    if (resends == 0) {
-        m_nAnswerMsX8 += answerMs - m_nAnswerMsX8 / 8;
-        return;
-    }
     const bool prompt = answerMs <= kPromptFactor * AnswerMs() + kPromptSlackMs;
     m_stale.Settled(key, resends, prompt, StaleLifetimeMs());
 }

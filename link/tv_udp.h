@@ -187,7 +187,7 @@ class CTvUdp : public CAsyncSocket {
                const char16_t* arg2 = nullptr, int nArg = 0, void* p1 = nullptr, void* p2 = nullptr,
                void* p3 = nullptr);
     void RaisePace(PaceRule rule);
-    void NoteSettled(uint64_t key, int resends, uint32_t answerMs);
+    void NoteSettledLate(uint64_t key, int resends, uint32_t answerMs);
     uint32_t StaleLifetimeMs() const;
     // The steps of the composites: the slot holds the command, and the caller ends it.
     Listing ListFolder(int maxEntries, PanelDirEntry* entries);

@@ -193,6 +193,12 @@ ssize_t __wrap_write(int fd, const void* from, size_t size) {
     return RunSized(Call::Write, size, [&](size_t some) { return __real_write(fd, from, some); });
 }
 
+void* __real_aligned_alloc(size_t alignment, size_t size);
+void* __wrap_aligned_alloc(size_t alignment, size_t size) {
+    return brenholt::faulty::Struck(Call::Allocation) ? nullptr
+                                                      : __real_aligned_alloc(alignment, size);
+}
+
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
                           void* parameter) {
