@@ -124,6 +124,7 @@ Time Server::Now() const {
 }
 
 void Server::Wake() {
+    woken_ = true;
     const std::uint64_t one = 1;
     // It fails only when the counter is full, and then the thread wakes anyway.
     [[maybe_unused]] const ssize_t written = write(wake_.get(), &one, sizeof one);

@@ -7,6 +7,7 @@
 #define BRENHOLT_TOOLS_PANEL_SERVER_H
 
 #include <poll.h>
+#include <atomic>
 
 #include <chrono>
 #include <cstddef>
@@ -80,7 +81,8 @@ class Server {
     const ServerSettings settings_;
     Log log_;
     Descriptor wake_;
-    mutable std::mutex mutex_;  // guards all below but the thread
+    std::atomic<bool> woken_{false};  // and the thread has not looked yet
+    mutable std::mutex mutex_;        // guards all below but the thread
     std::vector<std::unique_ptr<Unit>> units_;
     std::deque<Pending> pending_;  // by the time when it is due
     bool stop_ = false;

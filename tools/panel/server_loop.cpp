@@ -46,6 +46,7 @@ void Server::Run() {
 }
 
 bool Server::Prepare(std::vector<pollfd>& sockets, Time& wait) {
+    woken_ = false;
     const std::lock_guard lock(mutex_);
     if (stop_) {
         return false;
@@ -79,8 +80,7 @@ bool Server::Prepare(std::vector<pollfd>& sockets, Time& wait) {
 
 bool Server::Spin(Time limit) {
     // Who wakes the thread, to stop it or with another beacon, does not wait for the spin's end.
-    pollfd woken{wake_.get(), POLLIN, 0};
-    for (const Time end = Now() + limit; Now() < end && poll(&woken, 1, 0) == 0;) {
+    for (const Time end = Now() + limit; Now() < end && !woken_;) {
         for (std::size_t i = 0; i < units_.size(); ++i) {
             if (ReceiveOne(i)) {
                 return true;
