@@ -1,7 +1,7 @@
 // One job of the module, through its table, in a process of its own:
 //   bench_link MODULE JOB [ARGUMENT...]
-// prints "seconds cpuSeconds growthKiB wakeups" of the job alone: growthKiB is what the peak of its
-// memory adds to that before. Jobs that ask a panel ask 127.0.0.2; MODE is "direct" or "posted".
+// prints "seconds cpuSeconds growthKiB wakeups ownKiB" of the job alone: growthKiB is what the peak
+// of its memory adds to that before, ownKiB what it then has more that no file backs. Jobs that ask a panel ask 127.0.0.2; MODE is "direct" or "posted".
 //   fetch MODE FILE FOLDER    send MODE FILE    block MODE BYTES    folder MODE FOLDER TO
 //   list MODE FOLDER COUNT    listings in a row
 //   silent MS                 one wait for a panel that does not answer
@@ -68,20 +68,22 @@ class Measure {
     ~Measure() {
         const std::chrono::duration<double> took = Clock::now() - m_start;
         const rusage now = Usage();
-        std::printf("%.6f %.6f %ld %ld\n", took.count(), CpuSeconds(now) - CpuSeconds(m_before),
-                    StatusKiB("VmHWM") - m_idleKiB, now.ru_nvcsw - m_before.ru_nvcsw);
+        std::printf("%.6f %.6f %ld %ld %ld\n", took.count(), CpuSeconds(now) - CpuSeconds(m_before),
+                    StatusKiB("VmHWM") - m_idleKiB, now.ru_nvcsw - m_before.ru_nvcsw,
+                    StatusKiB("RssAnon") - m_ownKiB);
     }
     Measure(const Measure&) = delete;
     Measure& operator=(const Measure&) = delete;
 
  private:
+    const long m_ownKiB = StatusKiB("RssAnon");
     const long m_idleKiB = StatusKiB("VmRSS");
     const rusage m_before = Usage();
     const Clock::time_point m_start = Clock::now();
 };
 
 void Load(const char* module) {
-    void* const handle = dlopen(module, RTLD_NOW | RTLD_LOCAL);
+    void* const handle = dlopen(module, RTLD_LAZY | RTLD_LOCAL);
     if (handle == nullptr) {
         Fail(dlerror());
     }

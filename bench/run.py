@@ -48,13 +48,13 @@ class Bench:
         return seconds, cpu
 
     def link(self, job, *arguments):
-        """What bench_link prints: seconds, CPU seconds, KiB of growth, wake-ups."""
+        """What bench_link prints: seconds, CPU seconds, KiB of growth, wake-ups, KiB of its own."""
         out = subprocess.run([self.build / "bench/bench_link", self.build / "brenholt.so", job,
                               *map(str, arguments)], capture_output=True, text=True, timeout=300)
         if out.returncode != 0:
             sys.exit(f"{job} {arguments}: {out.stderr}")
-        seconds, cpu, growth, wakeups = out.stdout.split()
-        return float(seconds), float(cpu), int(growth), int(wakeups)
+        seconds, cpu, *counts = out.stdout.split()
+        return float(seconds), float(cpu), *map(int, counts)
 
     def peer(self, *command, stdin=None):
         """Seconds and CPU seconds of another client; None when it is not there or fails."""
@@ -148,7 +148,7 @@ class Bench:
         cancels = [self.link("cancel", 5000)[0] for _ in range(4 * rounds)]
         late = [run[0] * 1000 - 1000 for run in silent]
         yield "load the module", f"{statistics.median(l[0] for l in loads) * 1000:.1f} ms, " \
-            f"{statistics.median(l[2] for l in loads)} KiB"
+            f"{statistics.median(l[2] for l in loads):.0f} KiB, of which {statistics.median(l[4] for l in loads):.0f} no file backs"
         yield "idle link", f"{idle[3] / 5:.0f} wake-ups and {idle[1] / 5 * 1000:.1f} ms of CPU a second"
         yield "a silent wait of 1 s", f"{statistics.median(s[1] for s in silent) * 100:.2f} % of a core, " \
             f"{statistics.median(late):.1f} ms late (worst {max(late):.1f})"
