@@ -14,7 +14,6 @@ namespace {
 
 constexpr size_t kDescriptorOffset = kGreeting.size() + 1;
 constexpr uint32_t kExpiryMs = 5000;
-constexpr uint32_t kPassMs = 10;
 
 }  // namespace
 
@@ -26,12 +25,7 @@ int CTvPing::Start(int nRetries, int nTimeoutMs, int bAsyncMode) {
         return 1;
     }
     Create(BRENHOLT_PORT_BEACON, BeaconFilter());
-    m_bStopped = 0;
-    m_bStop = 0;
-    m_worker = AfxBeginThread(Worker, this);
-    if (!m_worker) {
-        m_bStop = 1;
-        m_bStopped = 1;
+    if (!StartWorker(Worker, this)) {
         Close();
         return 0;
     }
@@ -39,32 +33,18 @@ int CTvPing::Start(int nRetries, int nTimeoutMs, int bAsyncMode) {
 }
 
 void CTvPing::Stop() {
-    m_bStop = 1;
-    while (m_bStopped == 0) {
-        Sleep(kPassMs);
-    }
-    if (m_worker) {
-        m_worker->Join();
-        m_worker.reset();
-    }
+    StopWorker();
     Close();
 }
 
 void CTvPing::AbandonInChild() {
-    m_bStop = 1;
-    m_bStopped = 1;
-    m_worker.reset();
+    AbandonWorker();
     Close();
 }
 
 unsigned CTvPing::Worker(void* self) {
     auto* ping = static_cast<CTvPing*>(self);
-    ping->m_bStopped = 0;
-    while (ping->Step() == 0) {
-        Sleep(kPassMs);
-    }
-    ping->m_bStopped = 1;
-    return 0;
+    return ping->RunPasses([ping] { return ping->Step(); });
 }
 
 int CTvPing::Step() {
@@ -72,7 +52,8 @@ int CTvPing::Step() {
     const int n = ReceiveFrom(m_buffer, from, 0);
     if (n > 0) {
         try {
-            TakeBeacon({reinterpret_cast<const char*>(m_buffer.data()), static_cast<size_t>(n)}, from);
+            TakeBeacon({reinterpret_cast<const char*>(m_buffer.data()), static_cast<size_t>(n)},
+                       from);
         } catch (const std::bad_alloc&) {
             // This beacon is lost; the panel sends another.
         }
@@ -104,8 +85,9 @@ CTavrinUnit* CTvPing::FindUnit(std::u16string_view ip) {
     const uint32_t now = GetTickCount();
     const CSingleLock lock(m_lock);
     m_listUnits.remove_if([now](const auto& unit) { return now - unit->m_dwLastSeen > kExpiryMs; });
-    const auto found = std::find_if(m_listUnits.begin(), m_listUnits.end(),
-                                    [ip](const auto& unit) { return EqualNoCase(unit->m_strIp, ip); });
+    const auto found = std::find_if(m_listUnits.begin(), m_listUnits.end(), [ip](const auto& unit) {
+        return EqualNoCase(unit->m_strIp, ip);
+    });
     return found != m_listUnits.end() ? found->get() : nullptr;
 }
 

@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "discovery/tavrin_unit.h"
+#include "platform/pass_worker.h"
 #include "platform/socket.h"
 #include "platform/thread.h"
 
@@ -23,7 +24,7 @@ namespace brenholt {
 //        17     1  any byte; may be absent
 //        18     -  descriptor text (CTavrinUnit::ParseDescriptor) up to a NUL or the end; may be absent
 // A unit whose last beacon is more than 5000 ms old goes when the next beacon (from any panel) comes.
-class CTvPing : public CAsyncSocket {
+class CTvPing : public CAsyncSocket, public CPassWorker {
  public:
     CTvPing() = default;
     // Stops nothing: Stop must have run.
@@ -65,8 +66,6 @@ class CTvPing : public CAsyncSocket {
     std::u16string m_strSelProject;
     int32_t m_nSelCpu = 0;
     int32_t m_nSelVersion = 0;
-    SharedWord m_bStop{1};
-    SharedWord m_bStopped{1};
     int32_t m_nTimeoutMs = 1000;
     int32_t m_bAsyncMode = 1;
 
@@ -74,7 +73,6 @@ class CTvPing : public CAsyncSocket {
     static unsigned Worker(void* self);
     void TakeBeacon(std::string_view datagram, const sockaddr_in& from);
 
-    std::unique_ptr<CWinThread> m_worker;
     // A datagram of 1400 bytes at most; a longer one fails to be received.
     std::array<uint8_t, 1400> m_buffer{};
 };

@@ -10,9 +10,9 @@
 #include "discovery/beacon.h"
 #include "fuzz/input.h"
 #include "link/tv_udp.h"
+#include "tests/support/panel_answers.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/virtual_wire.h"
-#include "tools/panel/panel.h"
 
 namespace brenholt {
 namespace {
@@ -51,15 +51,9 @@ class Recorder {
         VirtualWire& wire = VirtualWire::Get();
         wire.Reset();
         wire.onSend = [&](const WireDatagram& request) {
-            tavrin::Replies replies;
-            panel.Receive(
-                {0x0A000001, kCommandPort},
-                {reinterpret_cast<const uint8_t*>(request.bytes.data()), request.bytes.size()},
-                replies);
-            for (const tavrin::Reply& reply : replies) {
-                const std::string bytes(reply.bytes.begin(), reply.bytes.end());
-                input += '\0' + Counted(bytes);
-                wire.Arrive(1000, {"192.168.0.1", kPanelPort, kCommandPort, bytes});
+            for (const std::string& answer : Answers(panel, request.bytes)) {
+                input += '\0' + Counted(answer);
+                wire.Arrive(1000, {"192.168.0.1", kPanelPort, kCommandPort, answer});
             }
         };
         CTvUdp link;

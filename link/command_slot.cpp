@@ -2,13 +2,10 @@
 #include <array>
 
 #include "link/tv_udp.h"
-#include "platform/clock.h"
 #include "platform/text.h"
 
 namespace brenholt {
 namespace {
-
-constexpr uint32_t kPassMs = 10;
 
 template <class T>
 T* Pointer(void* p) {
@@ -101,12 +98,7 @@ CTvUdp::Head CTvUdp::Enter(std::u16string_view token, int async, const char16_t*
 
 unsigned CTvUdp::ServiceThread(void* link) {
     auto* self = static_cast<CTvUdp*>(link);
-    self->m_bStopped = 0;
-    while (self->ServiceOnce() == 0) {
-        Sleep(kPassMs);
-    }
-    self->m_bStopped = 1;
-    return 0;
+    return self->RunPasses([self] { return self->ServiceOnce(); });
 }
 
 int CTvUdp::ServiceOnce() {

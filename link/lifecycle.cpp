@@ -6,12 +6,9 @@
 #include <utility>
 
 #include "link/tv_udp.h"
-#include "platform/clock.h"
 
 namespace brenholt {
 namespace {
-
-constexpr uint32_t kPassMs = 10;
 
 // Destroys the link at unload only if it is stopped: a host that leaves without slot 15 still has
 // threads in it, and those must not find their object gone.
@@ -89,12 +86,7 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
     static const int forkHandlers = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
     static_cast<void>(forkHandlers);
     Create(kCommandPort);
-    m_bStopped = 0;
-    m_bStop = 0;
-    m_worker = AfxBeginThread(ServiceThread, this);
-    if (!m_worker) {
-        m_bStop = 1;
-        m_bStopped = 1;
+    if (!StartWorker(ServiceThread, this)) {
         Close();
         return 0;
     }
@@ -105,26 +97,17 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
 void CTvUdp::Stop() {
     m_ping.Stop();
     m_bCancel = 1;
-    m_bStop = 1;
-    while (m_bStopped == 0) {
-        Sleep(kPassMs);
-    }
-    if (m_worker) {
-        m_worker->Join();
-        m_worker.reset();
-    }
+    StopWorker();
     Close();
     g_ownReference.Drop();
 }
 
 void CTvUdp::AbandonInChild() {
     m_ping.AbandonInChild();
-    m_bStop = 1;
-    m_bStopped = 1;
+    AbandonWorker();
     m_bPosted = 0;
     m_bBusy = 0;
     g_bInRecv = 0;
-    m_worker.reset();
     Close();
 }
 

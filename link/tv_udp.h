@@ -19,6 +19,7 @@
 #include "link/reply.h"
 #include "link/stale_replies.h"
 #include "link/target_address.h"
+#include "platform/pass_worker.h"
 #include "platform/socket.h"
 #include "platform/thread.h"
 
@@ -45,7 +46,7 @@ struct CommandSlot {
     void* m_pArg3 = nullptr;
 };
 
-class CTvUdp : public CAsyncSocket {
+class CTvUdp : public CAsyncSocket, public CPassWorker {
  public:
     CTvUdp() = default;
     // Stops nothing: Stop must have run.
@@ -165,8 +166,6 @@ class CTvUdp : public CAsyncSocket {
     CommandSlot m_slot GUARDED_BY(m_lock);
     SharedWord m_nResult{0};
     SharedWord m_bPosted{0};
-    SharedWord m_bStop{1};
-    SharedWord m_bStopped{1};
     SharedWord m_nRetries{3};
     SharedWord m_nTimeoutMs{1000};
     SharedWord m_bAsyncMode{1};
@@ -202,8 +201,6 @@ class CTvUdp : public CAsyncSocket {
     uint32_t m_nAnswerMsX8 = 0;
     std::array<uint8_t, kMaxDatagram> m_txBuf{};
     std::array<uint8_t, kMaxDatagram + 1> m_rxBuf{};  // and the NUL behind the longest datagram
-
-    std::unique_ptr<CWinThread> m_worker;
 };
 
 // Non-zero while some thread waits in RecvReply: no posted command starts meanwhile.

@@ -12,9 +12,9 @@
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
 #include "tests/faults/faulty_calls.h"
+#include "tests/support/panel_answers.h"
 #include "tests/support/scratch_folder.h"
 #include "tests/support/virtual_wire.h"
-#include "tools/panel/panel.h"
 
 extern "C" const BrenholtTable FuncTable;
 
@@ -32,15 +32,9 @@ class PanelWorld {
         wire.Reset();
         wire.onSend = [this](const WireDatagram& request) {
             const faulty::Spared spared;
-            tavrin::Replies replies;
-            panel.Receive(
-                {0x0A000001, kCommandPort},
-                {reinterpret_cast<const uint8_t*>(request.bytes.data()), request.bytes.size()},
-                replies);
-            for (const tavrin::Reply& reply : replies) {
-                const std::string bytes(reply.bytes.begin(), reply.bytes.end());
-                wire.Arrive(
-                    1000, {request.peer, kPanelPort, kCommandPort, mangle ? mangle(bytes) : bytes});
+            for (const std::string& answer : Answers(panel, request.bytes)) {
+                wire.Arrive(1000, {request.peer, kPanelPort, kCommandPort,
+                                   mangle ? mangle(answer) : answer});
             }
         };
         g_link.Create(kCommandPort);
