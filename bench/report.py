@@ -46,9 +46,10 @@ def text(page):
     lines += table(("Panels heard, a beacon a second each", "wake-ups/s", "CPU ms/s"),
                    [(count, f"{idle[3] / idle[0]:.0f}", f"{idle[1] / idle[0] * 1000:.1f}")
                     for count, idle in page.crowd])
-    lines += table(("File", "fetch s/GB", "fetch growth MiB", "send s/GB", "send growth MiB"),
-                   [(f"{size >> 20} MiB", f"{fetch[0] / size * 1e9:.1f}", f"{fetch[2] / 1024:.1f}",
-                     f"{send[0] / size * 1e9:.1f}", f"{send[2] / 1024:.1f}")
+    lines += table(("File", "fetch s/GB", "CPU s/GB", "growth MiB", "send s/GB", "CPU s/GB", "growth MiB"),
+                   [(f"{size >> 20} MiB", *(column for run in (fetch, send) for column in
+                                            (f"{run[0] / size * 1e9:.1f}", f"{run[1] / size * 1e9:.1f}",
+                                             f"{run[2] / 1024:.1f}")))
                     for size, fetch, send in page.growth])
     return "\n".join(lines)
 

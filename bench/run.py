@@ -162,13 +162,15 @@ class Bench:
             yield f"a listing of {entries} entries", f"{took * 1000:.2f} ms, {took * 1e6 / entries:.1f} us an entry"
 
     def growth(self, sizes):
-        """For each size of file: seconds of CPU per GB and KiB of growth, fetched and sent."""
+        """For each size of file: what `link` gives, fetched and sent."""
         for size in sizes:
             self.file(self.storage, "g", size)
             self.file(self.local, "g", size)
             fetch = self.link("fetch", "direct", "g", self.local)
             os.replace(self.local / "g", self.local / "h")
             send = self.link("send", "direct", self.local / "h")
+            for used in (self.local / "h", self.storage / "g", self.storage / "sent"):
+                used.unlink()
             yield size, fetch, send
 
     def crowd(self, counts):
@@ -194,16 +196,19 @@ def main():
         bench = Bench(options.build.resolve(), pathlib.Path(scratch), 1 if options.quick else 5)
         script = bench.scratch / "script"
         script.write_text("TM * silent\n")
+        sections = report.Sections()
         try:
-            sections = measure(bench, script, options.quick)
+            measure(bench, script, options.quick, sections)
+        except BaseException:
+            print(report.text(sections))  # what was measured is not lost
+            raise
         finally:
             bench.stop_servers()
     report.write(sections, options.page, options.plot)
 
 
-def measure(bench, script, quick):
+def measure(bench, script, quick, page):
     quiet = bench.build / "tavrin-panel", "--quiet"
-    page = report.Sections()
     for count, idle in bench.crowd((1, 20) if quick else (1, 25, 100, 400)):
         page.crowd.append((count, idle))
     bench.serve(bench.build / "bench/bench_limit", "serve", LIMIT_ADDRESS, ready="ready")
@@ -216,9 +221,8 @@ def measure(bench, script, quick):
     for size in sizes:
         page.transfers.append((size // MIB, bench.transfers(size)))
     page.folder = bench.folder(100 if quick else 1000)
-    page.presence = list(bench.presence(1 if quick else 5))
-    page.growth = list(bench.growth((MIB, 2 * MIB) if quick else [MIB << n for n in (0, 4, 6, 8, 10)]))
-    return page
+    page.presence += bench.presence(1 if quick else 5)
+    page.growth += bench.growth((MIB, 2 * MIB) if quick else [MIB << n for n in (0, 4, 6, 8, 10)])
 
 
 if __name__ == "__main__":

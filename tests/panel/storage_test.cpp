@@ -34,11 +34,11 @@ TEST(StorageTest, NoPathLeavesTheRoot) {
         EXPECT_FALSE(storage.List(path)) << path;
         EXPECT_FALSE(storage.MakeFolder(path + "\\new")) << path;
         EXPECT_FALSE(storage.MakeFolder(path)) << path;
-        EXPECT_FALSE(storage.MayStore(path + "\\new")) << path;
-        EXPECT_FALSE(storage.Store(path + "\\new", ToBytes("x"), 0)) << path;
+        EXPECT_FALSE(storage.Create(path + "\\new")) << path;
     }
-    EXPECT_TRUE(storage.Store("link", ToBytes("new"), 0)) << "the file takes the link's place";
-    EXPECT_FALSE(std::filesystem::is_symlink(folder / "link"));
+    const auto file = storage.Create("link");
+    EXPECT_TRUE(file->Append(ToBytes("new")) && file->Finish(0));
+    EXPECT_FALSE(std::filesystem::is_symlink(folder / "link")) << "the file takes its place";
     EXPECT_EQ(outside.Read("secret"), "old");
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(outside.path()), {}), 2);
 }
@@ -52,7 +52,7 @@ TEST(StorageTest, PathsAreForgiving) {
         EXPECT_EQ(storage.KindOf(path), Kind::File) << path;
     }
     EXPECT_EQ(storage.KindOf(""), Kind::Folder);
-    EXPECT_FALSE(storage.Store("", ToBytes("x"), 0));
+    EXPECT_FALSE(storage.Create(""));
     EXPECT_FALSE(storage.RemoveFile(""));
 }
 

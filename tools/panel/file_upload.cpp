@@ -7,8 +7,7 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kMaxSize = 0x7FFFFFFF;        // hosts count what they have sent in 31 bits
-constexpr std::size_t kReserve = 32 * 1024 * 1024;  // no more on the word of a record alone
+constexpr std::size_t kMaxSize = 0x7FFFFFFF;  // hosts count what they have sent in 31 bits
 constexpr std::size_t kLengthWrap = 256;
 constexpr std::size_t kLongestPath = 259;
 constexpr std::uint32_t kAttributeMask = 0xFF;
@@ -84,7 +83,7 @@ bool FileUpload::Take(const Storage& storage, const Request& request, ByteView d
     if (!first && request.digit == digit_ && std::ranges::equal(datagram, last_)) {
         return true;
     }
-    if (!(first ? Begin(storage, request) : Continue(storage, request))) {
+    if (!(first ? Begin(storage, request) : Continue(request))) {
         return false;
     }
     digit_ = request.digit;
@@ -93,49 +92,38 @@ bool FileUpload::Take(const Storage& storage, const Request& request, ByteView d
 }
 
 bool FileUpload::Begin(const Storage& storage, const Request& request) {
-    running_ = false;
+    file_.reset();
     last_.clear();
     const auto parts = ParsePayload(request.payload);
     if (!parts) {
         return false;
     }
     text_ = request.text;
-    target_ = TargetPath(storage, request.text, parts->name);
-    if (!storage.MayStore(target_)) {
-        return false;
-    }
     record_ = parts->record;
+    left_ = record_.size;
     head_.assign(parts->head.begin(), parts->head.end());
-    content_.clear();
-    content_.reserve(std::min<std::size_t>(record_.size, kReserve));
-    running_ = true;
-    return Append(storage, parts->data);
+    file_ = storage.Create(TargetPath(storage, request.text, parts->name));
+    return file_ && Append(parts->data);
 }
 
-bool FileUpload::Continue(const Storage& storage, const Request& request) {
-    if (!running_ || request.digit != NextDigit(digit_) || request.text != text_) {
+bool FileUpload::Continue(const Request& request) {
+    if (!file_ || request.digit != NextDigit(digit_) || request.text != text_) {
         return false;
     }
     const auto parts = ParsePayload(request.payload);
-    return parts && std::ranges::equal(parts->head, head_) && Append(storage, parts->data);
+    return parts && std::ranges::equal(parts->head, head_) && Append(parts->data);
 }
 
-bool FileUpload::Append(const Storage& storage, ByteView data) {
-    const std::size_t before = content_.size();
-    if (data.size() > record_.size - before) {
+bool FileUpload::Append(ByteView data) {
+    if (data.size() > left_) {
         return false;
     }
-    content_.insert(content_.end(), data.begin(), data.end());
-    if (content_.size() < record_.size) {
-        return true;
+    left_ -= data.size();
+    const bool taken = file_->Append(data) && (left_ > 0 || file_->Finish(record_.time));
+    if (!taken || left_ == 0) {
+        file_.reset();
     }
-    if (!storage.Store(target_, content_, record_.time)) {
-        content_.resize(before);
-        return false;
-    }
-    running_ = false;
-    content_ = {};
-    return true;
+    return taken;
 }
 
 }  // namespace tavrin

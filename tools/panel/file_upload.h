@@ -8,11 +8,13 @@
 // has no end in the smaller area.
 //
 // The request's text says where the file goes: a path, or a folder (it ends in a separator, or a
-// folder of that name exists) that takes the file under its short name. The data gathers in memory,
-// and the file appears on disk when all of it has come.
+// folder of that name exists) that takes the file under its short name. The file appears there when
+// all of it has come.
 #ifndef BRENHOLT_TOOLS_PANEL_FILE_UPLOAD_H
 #define BRENHOLT_TOOLS_PANEL_FILE_UPLOAD_H
 
+#include <cstdint>
+#include <memory>
 #include <string>
 
 #include "tools/panel/file_record.h"
@@ -30,17 +32,16 @@ class FileUpload {
 
  private:
     bool Begin(const Storage& storage, const Request& request);
-    bool Continue(const Storage& storage, const Request& request);
-    bool Append(const Storage& storage, ByteView data);
+    bool Continue(const Request& request);
+    bool Append(ByteView data);
 
-    bool running_ = false;
+    std::unique_ptr<NewFile> file_;  // while a transfer runs
     char digit_ = kFirstDigit;
     Bytes last_;  // the datagram taken last, whole
     Bytes head_;  // record and short name, which every datagram of the transfer repeats
     std::string text_;
-    std::string target_;
     FileRecord record_;
-    Bytes content_;
+    std::uint64_t left_ = 0;  // bytes still to come
 };
 
 }  // namespace tavrin

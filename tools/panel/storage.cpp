@@ -17,6 +17,8 @@ namespace tavrin {
 namespace {
 
 constexpr std::string_view kSeparators = "\\/";
+constexpr std::string_view kScratchPrefix = ".tavrin-";
+constexpr std::size_t kWriteBehind = 64 * 1024;
 
 // The folder that holds the last name of a path. The name is empty when the path is the root.
 struct Place {
@@ -126,6 +128,45 @@ std::optional<std::size_t> StoredFile::Read(std::uint64_t offset,
     return static_cast<std::size_t>(count);
 }
 
+NewFile::NewFile(Descriptor folder, std::string name)
+    : folder_(std::move(folder)), name_(std::move(name)) {
+}
+
+NewFile::~NewFile() {
+    if (file_) {
+        unlinkat(folder_.get(), scratch_.c_str(), 0);
+    }
+}
+
+bool NewFile::Append(ByteView data) {
+    pending_.insert(pending_.end(), data.begin(), data.end());
+    return pending_.size() < kWriteBehind || Write();
+}
+
+bool NewFile::Write() {
+    if (!file_) {
+        static std::atomic<unsigned> counter{0};
+        scratch_ = std::string(kScratchPrefix) + std::to_string(getpid()) + "-" +
+                   std::to_string(++counter);
+        file_ = Descriptor(openat(folder_.get(), scratch_.c_str(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+    }
+    const bool written = file_ && WriteAll(file_.get(), pending_);
+    pending_.clear();
+    return written;
+}
+
+bool NewFile::Finish(std::uint64_t time) {
+    const timespec written = DiskTime(time);
+    const std::array<timespec, 2> times = {written, written};
+    if (!Write() || futimens(file_.get(), times.data()) != 0 ||
+        renameat(folder_.get(), scratch_.c_str(), folder_.get(), name_.c_str()) != 0) {
+        return false;
+    }
+    file_ = Descriptor();
+    return true;
+}
+
 Storage::Storage(const std::filesystem::path& root)
     : root_(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
     if (!root_) {
@@ -160,7 +201,7 @@ std::optional<std::vector<StorageEntry>> Storage::List(std::string_view path) co
     while (const dirent* const item = readdir(folder.get())) {
         StorageEntry entry{static_cast<const char*>(item->d_name), {}};
         struct stat status {};
-        if (entry.name != "." && entry.name != ".." &&
+        if (entry.name != "." && entry.name != ".." && !entry.name.starts_with(kScratchPrefix) &&
             KindAt(handle, entry.name, status) != Kind::None) {
             entry.record = RecordOf(status);
             entries.push_back(std::move(entry));
@@ -200,33 +241,12 @@ bool Storage::MakeFolder(std::string_view path) const {
                      mkdirat(place->folder.get(), place->name.c_str(), 0777) == 0);
 }
 
-bool Storage::MayStore(std::string_view path) const {
-    const auto place = Locate(root_.get(), path);
-    return place && KindAt(*place) != Kind::Folder;
-}
-
-bool Storage::Store(std::string_view path, ByteView content, std::uint64_t time) const {
-    const auto place = Locate(root_.get(), path);
-    if (!place || place->name.empty()) {
-        return false;
+std::unique_ptr<NewFile> Storage::Create(std::string_view path) const {
+    auto place = Locate(root_.get(), path);
+    if (!place || KindAt(*place) == Kind::Folder) {
+        return nullptr;
     }
-    static std::atomic<unsigned> counter{0};
-    const std::string scratch =
-        ".tavrin-" + std::to_string(getpid()) + "-" + std::to_string(++counter);
-    const int folder = place->folder.get();
-    const Descriptor file(openat(folder, scratch.c_str(),
-                                 O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-    if (!file) {
-        return false;
-    }
-    const timespec written = DiskTime(time);
-    const std::array<timespec, 2> times = {written, written};
-    const bool stored = WriteAll(file.get(), content) && futimens(file.get(), times.data()) == 0 &&
-                        renameat(folder, scratch.c_str(), folder, place->name.c_str()) == 0;
-    if (!stored) {
-        unlinkat(folder, scratch.c_str(), 0);
-    }
-    return stored;
+    return std::make_unique<NewFile>(std::move(place->folder), std::move(place->name));
 }
 
 bool EndsInSeparator(std::string_view path) {

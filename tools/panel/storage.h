@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -44,6 +45,30 @@ class StoredFile {
     FileRecord record_;
 };
 
+// A file on its way into the storage: it appears whole, or not at all. Until then a scratch file
+// beside its place holds all but the last of it. What fails does so for good.
+class NewFile {
+ public:
+    // `name` is a name in `folder`, no path.
+    NewFile(Descriptor folder, std::string name);
+    NewFile(const NewFile&) = delete;
+    NewFile& operator=(const NewFile&) = delete;
+    ~NewFile();
+
+    bool Append(ByteView data);
+    // The file takes its place, with the given time.
+    bool Finish(std::uint64_t time);
+
+ private:
+    bool Write();
+
+    Descriptor folder_;
+    std::string name_;
+    std::string scratch_;
+    Descriptor file_;
+    Bytes pending_;  // gathered, so that few datagrams touch the disk
+};
+
 class Storage {
  public:
     // Throws std::system_error when `root` is not a folder that can be opened.
@@ -59,11 +84,9 @@ class Storage {
     bool RemoveFile(std::string_view path) const;
     // A folder that is there already will do.
     bool MakeFolder(std::string_view path) const;
-    // Whether a file could be stored under this path: its folder exists, and no folder has its
-    // name.
-    bool MayStore(std::string_view path) const;
-    // The file appears whole, with the given time, or not at all.
-    bool Store(std::string_view path, ByteView content, std::uint64_t time) const;
+    // Nothing when no file can be stored under this path: its folder does not exist, or a folder
+    // has its name.
+    std::unique_ptr<NewFile> Create(std::string_view path) const;
 
  private:
     Descriptor root_;
