@@ -26,8 +26,8 @@ namespace {
 constexpr std::string_view kPrefix = "Cmd=";
 constexpr size_t kMaxHeaderText = 255;  // bytes, of token and of argument
 
-// A silent wait looks for a cancel this often.
-constexpr uint32_t kWaitSliceMs = 1;
+// A silent wait looks for a cancel this often: seldom enough to cost little, and within 2 ms.
+constexpr uint32_t kWaitSliceUs = 1500;
 
 class InRecv {
  public:
@@ -82,8 +82,10 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
     while (m_bCancel == 0) {
         const uint32_t waited = GetTickCount() - start;
         sockaddr_in from{};
-        const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from,
-                                  waited <= timeoutMs ? kWaitSliceMs : 0);
+        const uint64_t leftMs = waited <= timeoutMs ? uint64_t{timeoutMs} - waited + 1 : 0;
+        const int n =
+            ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from,
+                        static_cast<uint32_t>(std::min<uint64_t>(kWaitSliceUs, leftMs * 1000)));
         if (n >= 0) {
             const Route target = m_strTargetIp.GetRoute();
             const bool fromTarget = target.answerable && from.sin_addr.s_addr == target.address;

@@ -66,21 +66,22 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
     return n < 0 || static_cast<size_t>(n) > buffer.size() ? -1 : static_cast<int>(n);
 }
 
-int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitMs) {
+int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
     from = {};
     if (!m_socket) {
-        Sleep(waitMs);
+        Sleep(waitUs / 1000);
         return -1;
     }
-    while (waitMs > 0 && NowNs() < m_spinUntil) {
+    while (waitUs > 0 && NowNs() < m_spinUntil) {
         const int n = TakeDatagram(buffer, from);
         if (n >= 0) {
             return n;
         }
     }
-    if (waitMs > 0) {
+    if (waitUs > 0) {
         pollfd waiting{m_socket.Get(), POLLIN, 0};
-        if (poll(&waiting, 1, static_cast<int>(waitMs)) <= 0) {
+        const timespec time{waitUs / 1'000'000, waitUs % 1'000'000 * 1000L};
+        if (ppoll(&waiting, 1, &time, nullptr) <= 0) {
             return -1;
         }
     }

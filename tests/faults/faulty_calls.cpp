@@ -26,7 +26,7 @@ constexpr std::array kKinds{
     Kind{"allocation", ENOMEM},     Kind{"bind", EADDRINUSE},    Kind{"close", EIO},
     Kind{"flock", ENOLCK},          Kind{"fstat", EIO},          Kind{"ftruncate", EIO},
     Kind{"getrandom", EAGAIN},      Kind{"lseek", EINVAL},       Kind{"mkdirat", ENOSPC},
-    Kind{"open", EMFILE},           Kind{"openat", ENFILE},      Kind{"poll", ENOMEM},
+    Kind{"open", EMFILE},           Kind{"openat", ENFILE},      Kind{"ppoll", ENOMEM},
     Kind{"pthread_create", EAGAIN}, Kind{"read", EIO},           Kind{"recvfrom", ENOMEM},
     Kind{"renameat", EIO},          Kind{"sendto", ENETUNREACH}, Kind{"setsockopt", ENOMEM},
     Kind{"socket", EMFILE},         Kind{"stat", EACCES},        Kind{"unlinkat", EIO},
@@ -166,7 +166,8 @@ FAULTY(int, Mkdirat, mkdirat, (int at, const char* name, mode_t mode), (at, name
 FAULTY(int, Open, open, (const char* name, int flags, mode_t mode), (name, flags, mode))
 FAULTY(int, Openat, openat, (int at, const char* name, int flags, mode_t mode),
        (at, name, flags, mode))
-FAULTY(int, Poll, poll, (pollfd * fds, nfds_t count, int ms), (fds, count, ms))
+FAULTY(int, Ppoll, ppoll, (pollfd * fds, nfds_t count, const timespec* time, const sigset_t* mask),
+       (fds, count, time, mask))
 FAULTY(ssize_t, Recvfrom, recvfrom,
        (int fd, void* to, size_t size, int flags, sockaddr* from, socklen_t* length),
        (fd, to, size, flags, from, length))

@@ -89,11 +89,11 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
     return static_cast<int>(datagram.bytes.size());
 }
 
-int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitMs) {
+int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
     VirtualWire& wire = VirtualWire::Get();
     wire.Advance(0);
     int n = TakeDatagram(buffer, from);
-    const uint64_t until = wire.m_nowUs + uint64_t{waitMs} * 1000;
+    const uint64_t until = wire.m_nowUs + waitUs;
     while (n < 0 && wire.m_nowUs < until) {
         const uint64_t next = wire.m_events.empty() ? until : wire.m_events.top().dueUs;
         wire.Advance(std::min(next, until) - wire.m_nowUs);
