@@ -1,7 +1,8 @@
 // One job of the module, through its table, in a process of its own:
 //   bench_link MODULE JOB [ARGUMENT...]
 // prints "seconds cpuSeconds growthKiB wakeups ownKiB" of the job alone: growthKiB is what the peak
-// of its memory adds to that before, ownKiB what it then has more that no file backs. Jobs that ask a panel ask 127.0.0.2; MODE is "direct" or "posted".
+// of its memory adds to that before, ownKiB what it then has more that no file backs. Jobs that ask a
+// panel ask 127.0.0.2; MODE is "direct" or "posted".
 //   fetch MODE FILE FOLDER    send MODE FILE    block MODE BYTES    folder MODE FOLDER TO
 //   list MODE FOLDER COUNT    listings in a row
 //   silent MS                 one wait for a panel that does not answer
@@ -165,6 +166,7 @@ int WaitInSilence(const std::string& job, const std::vector<std::string>& args) 
     const Measure measure;
     table->Cancel();
     while (table->IsBusy() != 0) {
+        std::this_thread::sleep_for(50us);
     }
     return 1;
 }

@@ -193,7 +193,7 @@ def main():
     options = parser.parse_args()
     memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
     with tempfile.TemporaryDirectory(dir=memory) as scratch:
-        bench = Bench(options.build.resolve(), pathlib.Path(scratch), 1 if options.quick else 5)
+        bench = Bench(options.build.resolve(), pathlib.Path(scratch), 1 if options.quick else 7)
         script = bench.scratch / "script"
         script.write_text("TM * silent\n")
         sections = report.Sections()

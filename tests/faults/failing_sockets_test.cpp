@@ -88,12 +88,12 @@ TEST_F(FailingSockets, EachFromStartToStop) {
                     {Call::Bind, 9},
                     {Call::PthreadCreate, 9},
                     {Call::Sendto, 9},
-                    {Call::Poll, 5},
+                    {Call::Ppoll, 5},
                     {Call::Recvfrom, 12},
                     {Call::Close, 9},
                     {Call::Allocation, 60},
                     {Call::Recvfrom, 12, Way::Interrupt},
-                    {Call::Poll, 5, Way::Interrupt},
+                    {Call::Ppoll, 5, Way::Interrupt},
                     {Call::Sendto, 9, Way::Interrupt}};
     int count = 0;
     for (const int posted : {0, 1}) {

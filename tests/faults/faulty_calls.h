@@ -20,7 +20,7 @@ enum class Call {
     Mkdirat,
     Open,
     Openat,
-    Poll,
+    Ppoll,
     PthreadCreate,
     Read,
     Recvfrom,
