@@ -7,6 +7,8 @@ build_packages=(g++ cmake ninja-build pkg-config libicu-dev libcli11-dev nlohman
     libgtest-dev libgmock-dev qt6-base-dev libxcb1-dev python3)
 test_packages=(locales fonts-dejavu-core xvfb xauth xdotool iproute2 util-linux
     tshark dpkg-dev)
+bench_packages=(libbenchmark-dev)
+fuzz_packages=(clang libclang-rt-14-dev)
 
 # Installs what is missing of the given Debian packages; quiet and quick when nothing is.
 need_packages() {
