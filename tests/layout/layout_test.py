@@ -19,6 +19,7 @@ ARROWS = {
     HEADER: [],
     "tools/host": [HEADER],
     "tools/panel": [HEADER],
+    "tools/screenshots": LINK + ["dialogs", "platform/window"],
     "examples": [HEADER],
     "commands": LINK,
     "dialogs": LINK + ["platform/window"],
@@ -32,6 +33,7 @@ ARROWS = {
 SOURCES_MAY_ALSO = {"discovery": ["link"]}
 # The doors: single files that lead the other way.
 DOORS = {"discovery/select_target.cpp": "dialogs", "discovery/show_panel_list.cpp": "dialogs"}
+KNOW_TOOLKIT = ["platform/qt", "tools/screenshots"]
 TOOLKIT = re.compile(r"^(Q[A-Z]|q[a-z]+\.h$|xcb/|X11/)")
 
 
@@ -76,7 +78,7 @@ def faults(files):
         for opening, name in re.findall(r'^\s*#\s*include\s*([<"])([^>"]+)', text, re.MULTILINE):
             target = f"include/{name}" if name.startswith("brenholt/") else name
             if opening == "<" and target not in files:
-                if TOOLKIT.match(name) and room != "platform/qt":
+                if TOOLKIT.match(name) and room not in KNOW_TOOLKIT:
                     found.append(f"{path}: <{name}> belongs into platform/qt")
             elif target not in files:
                 found.append(f"{path}: {name} is not written from the project's folder")
