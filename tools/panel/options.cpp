@@ -157,7 +157,8 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit
     app.add_option("--spin", spin, "Look that long for a request before sleeping (benchmarks)")
         ->type_name("SPAN")
         ->capture_default_str();
-    app.add_option("--pcap", options.pcap, "Write all datagrams to a capture file");
+    app.add_option("--pcap", options.pcap, "Write all datagrams to a capture file")
+        ->type_name("FILE");
     app.add_flag("--log", options.log, "Print a line for each datagram");
     app.add_flag("--quiet", options.quiet, "Print the ready line and nothing else")
         ->excludes("--log");
