@@ -10,9 +10,9 @@
 #include "discovery/beacon.h"
 #include "fuzz/input.h"
 #include "link/tv_udp.h"
-#include "tests/support/panel_answers.h"
 #include "tests/support/scratch_folder.h"
-#include "tests/support/virtual_wire.h"
+#include "tools/virtual_network/panel_answers.h"
+#include "tools/virtual_network/virtual_wire.h"
 
 namespace brenholt {
 namespace {

@@ -12,9 +12,9 @@
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
 #include "tests/faults/faulty_calls.h"
-#include "tests/support/panel_answers.h"
+#include "tools/virtual_network/panel_answers.h"
 #include "tests/support/scratch_folder.h"
-#include "tests/support/virtual_wire.h"
+#include "tools/virtual_network/virtual_wire.h"
 
 extern "C" const BrenholtTable FuncTable;
 

@@ -11,7 +11,7 @@
 #include <set>
 
 #include "tests/support/scratch_folder.h"
-#include "tests/support/simulated_network.h"
+#include "tools/virtual_network/simulated_network.h"
 
 namespace brenholt {
 namespace {

@@ -47,7 +47,9 @@ class SocketTest : public testing::Test {
         EXPECT_EQ(sender.SendTo(std::vector<uint8_t>(size, 'x'), Loopback(port)),
                   static_cast<int>(size));
     }
-    int Receive(uint32_t waitMs = 1000) { return receiver.ReceiveFrom(buffer, from, waitMs * 1000); }
+    int Receive(uint32_t waitMs = 1000) {
+        return receiver.ReceiveFrom(buffer, from, waitMs * 1000);
+    }
 
     uint16_t port = 0;
     CAsyncSocket receiver;

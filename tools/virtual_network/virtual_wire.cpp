@@ -1,4 +1,4 @@
-#include "tests/support/virtual_wire.h"
+#include "tools/virtual_network/virtual_wire.h"
 
 #include <algorithm>
 
