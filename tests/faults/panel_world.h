@@ -11,9 +11,9 @@
 
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
-#include "tests/faults/faulty_calls.h"
-#include "tools/virtual_network/panel_answers.h"
 #include "tests/support/scratch_folder.h"
+#include "tools/faulty_calls/faulty_calls.h"
+#include "tools/virtual_network/panel_answers.h"
 #include "tools/virtual_network/virtual_wire.h"
 
 extern "C" const BrenholtTable FuncTable;

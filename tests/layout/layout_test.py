@@ -19,6 +19,7 @@ ARROWS = {
     HEADER: [],
     "tools/host": [HEADER],
     "tools/panel": [HEADER],
+    "tools/faulty_calls": [],
     "tools/virtual_network": LINK + ["tools/panel"],
     "tools/screenshots": LINK + ["dialogs", "platform/window"],
     "examples": [HEADER],

@@ -3,45 +3,15 @@
 #define BRENHOLT_TESTS_PANEL_FIXTURE_H
 
 #include <gtest/gtest.h>
-#include <stdlib.h>
 
-#include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <stdexcept>
 #include <string>
 
+#include "tests/support/scratch_folder.h"
 #include "tools/panel/panel.h"
 
 namespace tavrin {
 
-class Folder {
- public:
-    Folder() {
-        std::string name = (std::filesystem::temp_directory_path() / "panel-XXXXXX").string();
-        if (mkdtemp(name.data()) == nullptr) {
-            throw std::runtime_error("no temporary folder");
-        }
-        path_ = name;
-    }
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder() { std::filesystem::remove_all(path_); }
-
-    std::filesystem::path operator/(const std::string& name) const { return path_ / name; }
-    const std::filesystem::path& path() const { return path_; }
-
-    void Write(const std::string& name, const std::string& content) const {
-        std::ofstream(path_ / name, std::ios::binary) << content;
-    }
-    std::string Read(const std::string& name) const {
-        std::ifstream file(path_ / name, std::ios::binary);
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-
- private:
-    std::filesystem::path path_;
-};
+using Folder = brenholt::ScratchFolder;
 
 inline Bytes ToBytes(const std::string& text) {
     return {text.begin(), text.end()};
@@ -63,7 +33,7 @@ class PanelTest : public testing::Test {
     std::string Ask(const std::string& token_and_text) { return Send(token_and_text + '\0'); }
 
     Folder folder_;
-    Panel panel_{folder_.path(), Identity{"Line1", "X86", 210, {1, 0x2A, 0xFFFF}}};
+    Panel panel_{folder_.Path(), Identity{"Line1", "X86", 210, {1, 0x2A, 0xFFFF}}};
     Replies replies_;
 };
 

@@ -46,7 +46,7 @@ class ServerTest : public testing::Test {
     PanelSettings Settings(const std::string& address) const {
         PanelSettings settings;
         settings.address = address;
-        settings.root = folder_.path();
+        settings.root = folder_.Path();
         settings.identity.project = "P" + address.substr(address.size() - 1);
         settings.beacon.enabled = false;
         return settings;

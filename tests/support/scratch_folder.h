@@ -29,6 +29,9 @@ class ScratchFolder {
     ScratchFolder& operator=(const ScratchFolder&) = delete;
 
     const std::string& Path() const { return m_path; }
+    std::filesystem::path operator/(const std::string& name) const {
+        return std::filesystem::path(m_path) / name;
+    }
     // The path, or that of the file `name`, as text for the module (ASCII only).
     std::u16string Text(std::u16string_view name = {}) const {
         std::u16string text(m_path.begin(), m_path.end());

@@ -1,4 +1,4 @@
-#include "tests/faults/faulty_calls.h"
+#include "tools/faulty_calls/faulty_calls.h"
 
 #include <poll.h>
 #include <pthread.h>
