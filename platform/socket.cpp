@@ -69,7 +69,7 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
 int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
     from = {};
     if (!m_socket) {
-        Sleep(waitUs / 1000);
+        Sleep((waitUs + 999) / 1000);
         return -1;
     }
     while (waitUs > 0 && NowNs() < m_spinUntil) {

@@ -35,8 +35,8 @@ class CAsyncSocket {
 
     // Takes one waiting datagram: its length (0 for an empty one) and its source, or -1 when none is
     // waiting or the receive fails. A datagram longer than `buffer` is a failed receive and is lost.
-    // `waitUs` (microseconds) above 0 blocks until a datagram comes, but no longer than that; shortly after a send
-    // it spins first, as the answer of a panel nearby is a matter of microseconds.
+    // `waitUs` (microseconds) above 0 blocks until a datagram comes, but no longer than that; shortly
+    // after a send it spins first, as the answer of a panel nearby is a matter of microseconds.
     int ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs);
 
     // Sends one datagram; its length, or -1.
