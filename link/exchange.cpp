@@ -82,10 +82,9 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
     while (m_bCancel == 0) {
         const uint32_t waited = GetTickCount() - start;
         sockaddr_in from{};
-        const uint64_t leftMs = waited <= timeoutMs ? uint64_t{timeoutMs} - waited + 1 : 0;
-        const int n =
-            ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from,
-                        static_cast<uint32_t>(std::min<uint64_t>(kWaitSliceUs, leftMs * 1000)));
+        const uint32_t leftMs = waited <= timeoutMs ? timeoutMs - waited + 1 : 0;
+        const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from,
+                                  leftMs > 1 ? kWaitSliceUs : leftMs * 1000);
         if (n >= 0) {
             const Route target = m_strTargetIp.GetRoute();
             const bool fromTarget = target.answerable && from.sin_addr.s_addr == target.address;
