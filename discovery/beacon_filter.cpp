@@ -15,7 +15,9 @@ static_assert(kGreeting.size() == 4 * kWords + 1, "the greeting is whole words a
 constexpr size_t kInstructions = 3 + 3 * kWords + 2 + 2;
 constexpr size_t kDrop = kInstructions - 1;
 
-constexpr bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+constexpr bool IsLetter(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+}
 
 // The word at `at`, its bytes chosen by `pick`, highest first as the filter loads them.
 template <class Pick>
@@ -28,8 +30,12 @@ constexpr uint32_t Word(size_t at, Pick pick) {
 }
 
 // Without bit 5 a letter is in upper case; other bytes are compared whole.
-constexpr uint8_t CaseMask(char c) { return IsLetter(c) ? 0xDF : 0xFF; }
-constexpr uint8_t Folded(char c) { return static_cast<uint8_t>(c) & CaseMask(c); }
+constexpr uint8_t CaseMask(char c) {
+    return IsLetter(c) ? 0xDF : 0xFF;
+}
+constexpr uint8_t Folded(char c) {
+    return static_cast<uint8_t>(c) & CaseMask(c);
+}
 
 constexpr std::array<sock_filter, kInstructions> MakeFilter() {
     std::array<sock_filter, kInstructions> program{};
@@ -64,6 +70,8 @@ constexpr auto kFilter = MakeFilter();
 
 }  // namespace
 
-std::span<const sock_filter> BeaconFilter() { return kFilter; }
+std::span<const sock_filter> BeaconFilter() {
+    return kFilter;
+}
 
 }  // namespace brenholt

@@ -10,7 +10,9 @@ constexpr uint32_t kCancelGraceMs = 1000;
 
 }  // namespace
 
-int CTvUdp::GetUnits(int nMaxRows, uint8_t* rows) { return m_ping.CopyUnits(nMaxRows, rows); }
+int CTvUdp::GetUnits(int nMaxRows, uint8_t* rows) {
+    return m_ping.CopyUnits(nMaxRows, rows);
+}
 
 int CTvUdp::UseUnit(const char16_t* ip) {
     if (m_bBusy != 0) {
@@ -24,7 +26,8 @@ int CTvUdp::UseUnit(const char16_t* ip) {
     return 1;
 }
 
-void CTvUdp::Adopt(std::u16string_view ip, std::u16string_view project, int32_t cpu, int32_t version) {
+void CTvUdp::Adopt(std::u16string_view ip, std::u16string_view project, int32_t cpu,
+                   int32_t version) {
     const CSingleLock lock(m_lock);
     m_strProject = project;
     m_strTargetIp.Set(ip);

@@ -35,10 +35,13 @@ struct stat StatusOf(int fd) {
 
 bool FileIdentity::operator==(const FileIdentity& other) const {
     return device == other.device && file == other.file && size == other.size &&
-           lastWrite.tv_sec == other.lastWrite.tv_sec && lastWrite.tv_nsec == other.lastWrite.tv_nsec;
+           lastWrite.tv_sec == other.lastWrite.tv_sec &&
+           lastWrite.tv_nsec == other.lastWrite.tv_nsec;
 }
 
-bool CFile::Open(const std::string& path, Mode mode) { return OpenAt(AT_FDCWD, path, mode); }
+bool CFile::Open(const std::string& path, Mode mode) {
+    return OpenAt(AT_FDCWD, path, mode);
+}
 
 bool CFile::OpenAt(int folder, const std::string& name, Mode mode) {
     int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
@@ -58,9 +61,13 @@ bool CFile::OpenAt(int folder, const std::string& name, Mode mode) {
     return true;
 }
 
-uint64_t CFile::GetLength() const { return static_cast<uint64_t>(StatusOf(m_fd.Get()).st_size); }
+uint64_t CFile::GetLength() const {
+    return static_cast<uint64_t>(StatusOf(m_fd.Get()).st_size);
+}
 
-FileIdentity CFile::GetIdentity() const { return IdentityOf(StatusOf(m_fd.Get())); }
+FileIdentity CFile::GetIdentity() const {
+    return IdentityOf(StatusOf(m_fd.Get()));
+}
 
 void CFile::Seek(uint64_t offset) {
     if (lseek(m_fd.Get(), static_cast<off_t>(offset), SEEK_SET) < 0) {
@@ -92,7 +99,8 @@ size_t CFile::Read(std::span<uint8_t> buffer) {
 
 void CFile::Write(std::span<const uint8_t> data) {
     while (!data.empty()) {
-        const ssize_t n = Uninterrupted([&] { return write(m_fd.Get(), data.data(), data.size()); });
+        const ssize_t n =
+            Uninterrupted([&] { return write(m_fd.Get(), data.data(), data.size()); });
         if (n <= 0) {
             throw CFileException();
         }

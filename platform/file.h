@@ -35,9 +35,9 @@ struct FileIdentity {
 class CFile {
  public:
     enum Mode {
-        modeRead,            // an existing file, for reading
-        modeWrite,           // an existing file, for writing
-        modeCreate,          // for writing, made if it is missing; emptied once the lock is held
+        modeRead,    // an existing file, for reading
+        modeWrite,   // an existing file, for writing
+        modeCreate,  // for writing, made if it is missing; emptied once the lock is held
     };
 
     // False when there is no such file, it is no regular file (a FIFO or device is never waited for), it
@@ -66,9 +66,9 @@ class CFile {
 // What CFile::GetStatus and CFileFind tell of a file.
 struct CFileStatus {
     uint64_t m_size = 0;
-    uint8_t m_attribute = 0;       // 0x01 read-only, 0x02 hidden, 0x10 directory, 0x20 archive
-    std::u16string m_szFullName;   // absolute path, at most 259 characters
-    std::u16string m_fileName;     // last component
+    uint8_t m_attribute = 0;      // 0x01 read-only, 0x02 hidden, 0x10 directory, 0x20 archive
+    std::u16string m_szFullName;  // absolute path, at most 259 characters
+    std::u16string m_fileName;    // last component
     FILETIME m_lastWrite;
     FileIdentity m_identity;
 };

@@ -70,6 +70,8 @@ bool CFolder::Replace(const std::string& from, const std::string& to) const {
     return renameat(m_fd.Get(), from.c_str(), m_fd.Get(), to.c_str()) == 0;
 }
 
-void CFolder::DeleteFile(const std::string& name) const { unlinkat(m_fd.Get(), name.c_str(), 0); }
+void CFolder::DeleteFile(const std::string& name) const {
+    unlinkat(m_fd.Get(), name.c_str(), 0);
+}
 
 }  // namespace brenholt
