@@ -25,6 +25,7 @@ class PanelTest : public testing::Test {
     // ends in its zero byte, which a string literal passed to Ask supplies.
     std::string Send(const std::string& request, const Endpoint& host = kHost) {
         panel_.Receive(host, ToBytes("Cmd=" + request), replies_);
+        panel_.WorkAhead();
         if (replies_.empty()) {
             return "(none)";
         }

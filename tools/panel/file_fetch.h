@@ -26,14 +26,16 @@ class FileFetch {
  public:
     // False is a refusal: no such file, an offset behind its end, a file that changed.
     bool Read(const Storage& storage, const Request& request, Bytes& reply);
+    // Between two requests: makes the reply ready that the host will want next.
+    void WorkAhead();
 
  private:
-    bool Fill(std::uint64_t offset, std::size_t wanted);
+    bool Prepare(std::uint64_t offset);
 
     std::string path_;
     std::optional<StoredFile> file_;
-    Bytes ahead_;  // what was read of the file, so that few requests touch the disk
-    std::uint64_t ahead_at_ = 0;
+    Bytes next_;  // the reply to a request for next_at_; empty while it is not made
+    std::uint64_t next_at_ = 0;
 };
 
 }  // namespace tavrin

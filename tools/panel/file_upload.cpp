@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace tavrin {
 namespace {
@@ -83,12 +84,20 @@ bool FileUpload::Take(const Storage& storage, const Request& request, ByteView d
     if (!first && request.digit == digit_ && std::ranges::equal(datagram, last_)) {
         return true;
     }
+    WorkAhead();
     if (!(first ? Begin(storage, request) : Continue(request))) {
         return false;
     }
     digit_ = request.digit;
     last_.assign(datagram.begin(), datagram.end());
-    return true;
+    return left_ > 0 || Finish();
+}
+
+void FileUpload::WorkAhead() {
+    const ByteView data = ByteView(last_).last(std::exchange(unwritten_, 0));
+    if (file_ && !data.empty() && !file_->Append(data)) {
+        file_.reset();
+    }
 }
 
 bool FileUpload::Begin(const Storage& storage, const Request& request) {
@@ -119,11 +128,18 @@ bool FileUpload::Append(ByteView data) {
         return false;
     }
     left_ -= data.size();
-    const bool taken = file_->Append(data) && (left_ > 0 || file_->Finish(record_.time));
-    if (!taken || left_ == 0) {
-        file_.reset();
+    unwritten_ = data.size();
+    return true;
+}
+
+bool FileUpload::Finish() {
+    WorkAhead();
+    const bool stored = file_ && file_->Finish(record_.time);
+    file_.reset();
+    if (!stored) {
+        last_.clear();  // sent again, it is refused again
     }
-    return taken;
+    return stored;
 }
 
 }  // namespace tavrin

@@ -29,15 +29,20 @@ class FileUpload {
     // True: the datagram is taken, or repeats the one taken last; it is to be acknowledged with its
     // digit. False is a refusal. The digit 0 always begins anew.
     bool Take(const Storage& storage, const Request& request, ByteView datagram);
+    // Between two requests: writes what was acknowledged. A failure refuses the next datagram; the
+    // last datagram of a file is written before it is acknowledged.
+    void WorkAhead();
 
  private:
     bool Begin(const Storage& storage, const Request& request);
     bool Continue(const Request& request);
     bool Append(ByteView data);
+    bool Finish();
 
     std::unique_ptr<NewFile> file_;  // while a transfer runs
     char digit_ = kFirstDigit;
-    Bytes last_;  // the datagram taken last, whole
+    Bytes last_;                 // the datagram taken last, whole
+    std::size_t unwritten_ = 0;  // bytes at its end that are not in the file yet
     Bytes head_;  // record and short name, which every datagram of the transfer repeats
     std::string text_;
     FileRecord record_;

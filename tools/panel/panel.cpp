@@ -35,6 +35,13 @@ void Panel::Receive(const Endpoint& host, ByteView datagram, Replies& replies) {
     }
 }
 
+void Panel::WorkAhead() {
+    for (Session& session : sessions_) {
+        session.fetch.WorkAhead();
+        session.upload.WorkAhead();
+    }
+}
+
 bool Panel::Answer(const Endpoint& host, ByteView datagram, Bytes& reply) {
     if (!HasRequestPrefix(datagram)) {
         return false;

@@ -71,6 +71,8 @@ class Panel {
 
     // Takes one request and puts what is to be sent back into `replies` (emptied first).
     void Receive(const Endpoint& host, ByteView datagram, Replies& replies);
+    // Between two requests: does what is better done while the host is busy with an answer.
+    void WorkAhead();
     // The panel's own answer, past the hook. False when there is none.
     bool Answer(const Endpoint& host, ByteView datagram, Bytes& reply);
 

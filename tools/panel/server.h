@@ -72,7 +72,7 @@ class Server {
     bool Spin(Time limit);                                   // locks
     bool ReceiveOne(std::size_t index);                      // locks
     void Answer(std::size_t index, const Endpoint& host, ByteView datagram);
-    void Dispatch(std::size_t index, const Endpoint& host, Outgoing outgoing);
+    void Dispatch(std::size_t index, const Endpoint& host, Outgoing outgoing, Time now);
     void Send(std::size_t index, const Endpoint& host, const Outgoing& outgoing);
     void SendDue(Time now);
     void Beacon(std::size_t index);

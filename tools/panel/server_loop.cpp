@@ -122,13 +122,14 @@ void Server::Answer(std::size_t index, const Endpoint& host, ByteView datagram) 
             Record(index, Event::LostReply, unit.command, host, intended, befallen);
         }
         for (Outgoing& outgoing : outgoing_) {
-            Dispatch(index, host, std::move(outgoing));
+            Dispatch(index, host, std::move(outgoing), now);
         }
     }
+    unit.panel.WorkAhead();
 }
 
-void Server::Dispatch(std::size_t index, const Endpoint& host, Outgoing outgoing) {
-    if (outgoing.due <= Now()) {
+void Server::Dispatch(std::size_t index, const Endpoint& host, Outgoing outgoing, Time now) {
+    if (outgoing.due <= now) {
         Send(index, host, outgoing);
         return;
     }

@@ -18,7 +18,6 @@ namespace {
 
 constexpr std::string_view kSeparators = "\\/";
 constexpr std::string_view kScratchPrefix = ".tavrin-";
-constexpr std::size_t kWriteBehind = 64 * 1024;
 
 // The folder that holds the last name of a path. The name is empty when the path is the root.
 struct Place {
@@ -130,6 +129,11 @@ std::optional<std::size_t> StoredFile::Read(std::uint64_t offset,
 
 NewFile::NewFile(Descriptor folder, std::string name)
     : folder_(std::move(folder)), name_(std::move(name)) {
+    static std::atomic<unsigned> counter{0};
+    scratch_ =
+        std::string(kScratchPrefix) + std::to_string(getpid()) + "-" + std::to_string(++counter);
+    file_ = Descriptor(openat(folder_.get(), scratch_.c_str(),
+                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
 }
 
 NewFile::~NewFile() {
@@ -139,27 +143,13 @@ NewFile::~NewFile() {
 }
 
 bool NewFile::Append(ByteView data) {
-    pending_.insert(pending_.end(), data.begin(), data.end());
-    return pending_.size() < kWriteBehind || Write();
-}
-
-bool NewFile::Write() {
-    if (!file_) {
-        static std::atomic<unsigned> counter{0};
-        scratch_ = std::string(kScratchPrefix) + std::to_string(getpid()) + "-" +
-                   std::to_string(++counter);
-        file_ = Descriptor(openat(folder_.get(), scratch_.c_str(),
-                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-    }
-    const bool written = file_ && WriteAll(file_.get(), pending_);
-    pending_.clear();
-    return written;
+    return WriteAll(file_.get(), data);
 }
 
 bool NewFile::Finish(std::uint64_t time) {
     const timespec written = DiskTime(time);
     const std::array<timespec, 2> times = {written, written};
-    if (!Write() || futimens(file_.get(), times.data()) != 0 ||
+    if (futimens(file_.get(), times.data()) != 0 ||
         renameat(folder_.get(), scratch_.c_str(), folder_.get(), name_.c_str()) != 0) {
         return false;
     }
@@ -246,7 +236,8 @@ std::unique_ptr<NewFile> Storage::Create(std::string_view path) const {
     if (!place || KindAt(*place) == Kind::Folder) {
         return nullptr;
     }
-    return std::make_unique<NewFile>(std::move(place->folder), std::move(place->name));
+    auto file = std::make_unique<NewFile>(std::move(place->folder), std::move(place->name));
+    return *file ? std::move(file) : nullptr;
 }
 
 bool EndsInSeparator(std::string_view path) {

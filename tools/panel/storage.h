@@ -46,7 +46,7 @@ class StoredFile {
 };
 
 // A file on its way into the storage: it appears whole, or not at all. Until then a scratch file
-// beside its place holds all but the last of it. What fails does so for good.
+// beside its place holds it.
 class NewFile {
  public:
     // `name` is a name in `folder`, no path.
@@ -55,18 +55,17 @@ class NewFile {
     NewFile& operator=(const NewFile&) = delete;
     ~NewFile();
 
+    // Whether there is a scratch file.
+    explicit operator bool() const { return static_cast<bool>(file_); }
     bool Append(ByteView data);
     // The file takes its place, with the given time.
     bool Finish(std::uint64_t time);
 
  private:
-    bool Write();
-
     Descriptor folder_;
     std::string name_;
     std::string scratch_;
     Descriptor file_;
-    Bytes pending_;  // gathered, so that few datagrams touch the disk
 };
 
 class Storage {
