@@ -52,8 +52,8 @@ bool GuardedJudge::EndsInStep() {
     const uint32_t start = GetTickCount();
     Reply reply;
     while (m_link.RecvReply(reply, start, MomentMs()) != 0) {
-        const uint64_t key = Key(reply);
-        if (m_link.m_stale.Take(key) == StaleReplies::Twin::None && !m_link.m_stale.IsRecent(key)) {
+        const bool twin = m_link.m_stale.Take(Key(reply)) != StaleReplies::Twin::None;
+        if (!twin && !m_link.m_stale.IsRecent(reply)) {
             return false;
         }
     }
@@ -71,6 +71,10 @@ void GuardedJudge::OnSend(int attempt) {
 }
 
 Verdict GuardedJudge::OnReply(const Reply& reply) {
+    const bool recent = m_link.m_stale.IsRecent(reply);
+    if (m_unseen == 0 && !recent && !m_link.m_stale.ExpectsAny()) {
+        return Believe(reply);
+    }
     const uint64_t key = Key(reply);
     if (m_unseen > 0 && key != m_askedAgain) {
         --m_unseen;
@@ -81,11 +85,11 @@ Verdict GuardedJudge::OnReply(const Reply& reply) {
         return Hold(reply, key,
                     twin == StaleReplies::Twin::Prompt ? Doubt::PromptTwin : Doubt::LateTwin);
     }
-    const bool seen = twin == StaleReplies::Twin::Spent || m_link.m_stale.IsRecent(key);
+    const bool seen = twin == StaleReplies::Twin::Spent || recent;
     if (seen && key != m_askedAgain && IsTelling(Data(reply))) {
         return Hold(reply, key, Doubt::Repeat);
     }
-    return Believe(reply, key);
+    return Believe(reply);
 }
 
 uint32_t GuardedJudge::WaitMs(uint32_t start, uint32_t timeoutMs) {
@@ -107,7 +111,7 @@ Verdict GuardedJudge::OnSilence(Reply& held) {
     if (!m_held) {
         return Verdict::Again;
     }
-    const Reply reply(std::span(m_held->bytes).first(m_held->size));
+    const Reply reply(m_held->reply.Datagram());
     const Doubt doubt = m_held->doubt;
     const bool lastAttempt = m_attempt + 1 >= m_link.m_nRetries;
     const bool take =
@@ -118,25 +122,23 @@ Verdict GuardedJudge::OnSilence(Reply& held) {
     }
     m_link.m_stale.Forget(m_held->key);
     held = reply;
-    return Believe(reply, m_held->key);
+    return Believe(reply);
 }
 
 Verdict GuardedJudge::Hold(const Reply& reply, uint64_t key, Doubt doubt) {
-    const std::span<const uint8_t> bytes = reply.Datagram();
     m_held.emplace();
-    std::copy(bytes.begin(), bytes.end(), m_held->bytes.begin());
-    m_held->size = bytes.size();
+    m_held->reply.Keep(reply);
     m_held->key = key;
     m_held->doubt = doubt;
     m_held->tick = GetTickCount();
     return Verdict::Wait;
 }
 
-Verdict GuardedJudge::Believe(const Reply& reply, uint64_t key) {
+Verdict GuardedJudge::Believe(const Reply& reply) {
     const Verdict verdict = Read(reply);
     m_unseen = 0;
     if (verdict == Verdict::Done) {
-        m_link.m_stale.Believed(key);
+        m_link.m_stale.Believed(reply);
     }
     return verdict;
 }

@@ -53,15 +53,14 @@ class GuardedJudge : public Judge {
         Repeat,      // a datagram that the network doubled
     };
     struct Held {
-        std::array<uint8_t, kMaxDatagram + 1> bytes;
-        size_t size;
+        KeptReply reply;
         uint64_t key;
         Doubt doubt;
         uint32_t tick;  // when it came
     };
 
     Verdict Hold(const Reply& reply, uint64_t key, Doubt doubt);
-    Verdict Believe(const Reply& reply, uint64_t key);
+    Verdict Believe(const Reply& reply);
     // Some answers' time: what is on its way when a wait of this length begins has come at its end.
     uint32_t MomentMs() const;
 

@@ -27,4 +27,10 @@ std::optional<char16_t> Reply::Marker() const {
     return text.size() > kMarkerPosition ? text[kMarkerPosition] : u'\0';
 }
 
+void KeptReply::Keep(const Reply& reply) {
+    const std::span<const uint8_t> bytes = reply.Datagram();
+    std::copy(bytes.begin(), bytes.end(), m_bytes.begin());
+    m_size = bytes.size();
+}
+
 }  // namespace brenholt

@@ -2,6 +2,7 @@
 #ifndef BRENHOLT_LINK_REPLY_H
 #define BRENHOLT_LINK_REPLY_H
 
+#include <array>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -9,6 +10,8 @@
 #include <string_view>
 
 namespace brenholt {
+
+inline constexpr size_t kMaxDatagram = 1400;
 
 // A view of the receive buffer, good until the next receive.
 class Reply {
@@ -31,6 +34,17 @@ class Reply {
 };
 
 inline constexpr size_t kMarkerPosition = 3;
+
+// The bytes of a reply, kept beyond the next receive.
+class KeptReply {
+ public:
+    void Keep(const Reply& reply);
+    std::span<const uint8_t> Datagram() const { return std::span(m_bytes).first(m_size); }
+
+ private:
+    std::array<uint8_t, kMaxDatagram> m_bytes{};
+    size_t m_size = 0;
+};
 
 }  // namespace brenholt
 

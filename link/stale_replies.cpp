@@ -59,10 +59,11 @@ void StaleReplies::Forget(uint64_t key) {
     std::erase_if(m_twins, [key](const Expected& twin) { return twin.key == key; });
 }
 
-bool StaleReplies::IsRecent(uint64_t key) const {
-    const auto end =
-        m_recent.begin() + static_cast<ptrdiff_t>(std::min(m_believed, m_recent.size()));
-    return std::find(m_recent.begin(), end, key) != end;
+bool StaleReplies::IsRecent(const Reply& reply) const {
+    const auto known = std::span(m_recent).first(std::min(m_believed, m_recent.size()));
+    return std::ranges::any_of(known, [&](const KeptReply& recent) {
+        return std::ranges::equal(recent.Datagram(), reply.Datagram());
+    });
 }
 
 uint32_t StaleReplies::MsUntilUnseenAreIn() const {

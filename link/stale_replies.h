@@ -9,6 +9,8 @@
 #include <cstdint>
 #include <deque>
 
+#include "link/reply.h"
+
 namespace brenholt {
 
 // Used by the thread that runs the exchange. Times are ticks.
@@ -28,13 +30,16 @@ class StaleReplies {
     Twin Take(uint64_t key);
     // The same without counting off.
     bool Expects(uint64_t key);
+    // Whether twins of any reply may still come.
+    bool ExpectsAny() const { return !m_twins.empty(); }
     // No more twins with this key are expected.
     void Forget(uint64_t key);
 
-    // A reply was believed, and whether one with this key was among the last few: the network may
-    // have doubled it.
-    void Believed(uint64_t key) { m_recent[m_believed++ % m_recent.size()] = key; }
-    bool IsRecent(uint64_t key) const;
+    // A reply was believed, and whether it is the same as one of the last few: the network may have
+    // doubled that one. Replies are compared whole, as a comparison ends at the first difference and
+    // a key costs much more.
+    void Believed(const Reply& reply) { m_recent[m_believed++ % m_recent.size()].Keep(reply); }
+    bool IsRecent(const Reply& reply) const;
 
     // How long replies to requests that were given up may still come, in ms.
     uint32_t MsUntilUnseenAreIn() const;
@@ -54,7 +59,7 @@ class StaleReplies {
     void DropExpired();
 
     std::deque<Expected> m_twins;  // oldest first
-    std::array<uint64_t, 8> m_recent{};
+    std::array<KeptReply, 8> m_recent;
     size_t m_believed = 0;
     int m_unseen = 0;
     uint32_t m_unseenSince = 0;

@@ -32,7 +32,6 @@ struct WalkPlace;
 
 inline constexpr uint16_t kPanelPort = BRENHOLT_PORT_PANEL;
 inline constexpr uint16_t kCommandPort = BRENHOLT_PORT_COMMAND;
-inline constexpr size_t kMaxDatagram = 1400;
 inline constexpr size_t kTransferBlock = 0x1400000;  // bytes of a file in memory at a time
 
 // The contents of the command slot: which command, with what.
