@@ -93,7 +93,11 @@ CTvUdp::Head CTvUdp::Enter(std::u16string_view token, int async, const char16_t*
         return Head::Refused;
     }
     BeginCommand(token, async, arg1, arg2, nArg, p1, p2, p3);
-    return async != 0 ? Head::Posted : Head::Run;
+    if (async == 0) {
+        return Head::Run;
+    }
+    WakeWorker();
+    return Head::Posted;
 }
 
 unsigned CTvUdp::ServiceThread(void* link) {

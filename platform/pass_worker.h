@@ -1,4 +1,4 @@
-// A worker thread that looks for something to do every 10 ms.
+// A worker thread that looks for something to do every 10 ms, and when it is told to.
 #ifndef BRENHOLT_PLATFORM_PASS_WORKER_H
 #define BRENHOLT_PLATFORM_PASS_WORKER_H
 
@@ -36,11 +36,13 @@ class CPassWorker {
     unsigned RunPasses(Pass pass) {
         m_bStopped = 0;
         while (pass() == 0) {
-            Sleep(kPassMs);
+            m_wake.Wait(kPassMs);
         }
         m_bStopped = 1;
         return 0;
     }
+    // The next pass comes at once. Any thread may call it.
+    void WakeWorker() { m_wake.SetEvent(); }
     // Returns when the worker has ended.
     void StopWorker() {
         m_bStop = 1;
@@ -62,6 +64,7 @@ class CPassWorker {
  private:
     static constexpr uint32_t kPassMs = 10;
 
+    CEvent m_wake;
     std::unique_ptr<CWinThread> m_worker;
 };
 

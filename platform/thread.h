@@ -3,6 +3,7 @@
 #define BRENHOLT_PLATFORM_THREAD_H
 
 #include <pthread.h>
+#include <semaphore.h>
 
 #include <atomic>
 #include <cstdint>
@@ -38,6 +39,23 @@ class SCOPED_CAPABILITY CSingleLock {
 
  private:
     CCriticalSection& m_lock;
+};
+
+// Lets one thread end another's delay early. Each SetEvent ends one Wait, now or to come. It has no
+// owner: a fork in the midst of it leaves the child's usable.
+class CEvent {
+ public:
+    CEvent();
+    ~CEvent();
+    CEvent(const CEvent&) = delete;
+    CEvent& operator=(const CEvent&) = delete;
+
+    void SetEvent();
+    // Blocks until an event or for `milliseconds`.
+    void Wait(uint32_t milliseconds);
+
+ private:
+    sem_t m_events;
 };
 
 // A thread that AfxBeginThread started. Destroying the object lets the thread run on by itself.
