@@ -26,8 +26,18 @@ namespace {
 constexpr std::string_view kPrefix = "Cmd=";
 constexpr size_t kMaxHeaderText = 255;  // bytes, of token and of argument
 
-// A silent wait looks for a cancel this often: seldom enough to cost little, and within 2 ms.
+// A silent wait looks for a cancel this often: seldom enough to cost little, and within 2 ms. Near
+// its end the slices are short, or it would end by one of the long ones too late.
 constexpr uint32_t kWaitSliceUs = 1500;
+constexpr uint32_t kLastSlicesUs = 250;
+constexpr uint32_t kLastSlicesMs = 2;
+
+uint32_t SliceUs(uint32_t leftMs) {
+    if (leftMs == 0) {
+        return 0;
+    }
+    return leftMs > kLastSlicesMs ? kWaitSliceUs : kLastSlicesUs;
+}
 
 class InRecv {
  public:
@@ -83,8 +93,7 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
         const uint32_t waited = GetTickCount() - start;
         sockaddr_in from{};
         const uint32_t leftMs = waited <= timeoutMs ? timeoutMs - waited + 1 : 0;
-        const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from,
-                                  leftMs > 1 ? kWaitSliceUs : leftMs * 1000);
+        const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from, SliceUs(leftMs));
         if (n >= 0) {
             const Route target = m_strTargetIp.GetRoute();
             const bool fromTarget = target.answerable && from.sin_addr.s_addr == target.address;
