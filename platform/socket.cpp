@@ -11,9 +11,6 @@
 namespace brenholt {
 namespace {
 
-// How long a receive spins after a send before it blocks.
-constexpr uint64_t kSpinNs = 50'000;
-
 uint64_t NowNs() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -75,10 +72,12 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint
     while (waitUs > 0 && NowNs() < m_spinUntil) {
         const int n = TakeDatagram(buffer, from);
         if (n >= 0) {
+            m_spinNs = kLongSpinNs;
             return n;
         }
     }
     if (waitUs > 0) {
+        m_spinNs = kShortSpinNs;
         pollfd waiting{m_socket.Get(), POLLIN, 0};
         const timespec time{waitUs / 1'000'000, waitUs % 1'000'000 * 1000L};
         if (ppoll(&waiting, 1, &time, nullptr) <= 0) {
@@ -93,7 +92,7 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
         return sendto(m_socket.Get(), data.data(), data.size(), 0,
                       reinterpret_cast<const sockaddr*>(&to), sizeof to);
     });
-    m_spinUntil = NowNs() + kSpinNs;
+    m_spinUntil = NowNs() + m_spinNs;
     return static_cast<int>(n);
 }
 

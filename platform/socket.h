@@ -36,7 +36,8 @@ class CAsyncSocket {
     // Takes one waiting datagram: its length (0 for an empty one) and its source, or -1 when none is
     // waiting or the receive fails. A datagram longer than `buffer` is a failed receive and is lost.
     // `waitUs` (microseconds) above 0 blocks until a datagram comes, but no longer than that; shortly
-    // after a send it spins first, as the answer of a panel nearby is a matter of microseconds.
+    // after a send it spins first, as the answer of a panel nearby is a matter of microseconds; not for
+    // long when the last spin brought nothing.
     int ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs);
 
     // Sends one datagram; its length, or -1.
@@ -46,6 +47,10 @@ class CAsyncSocket {
     int TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from);
 
     CDescriptor m_socket;
+    static constexpr uint64_t kLongSpinNs = 50'000;
+    static constexpr uint64_t kShortSpinNs = 10'000;
+
+    [[maybe_unused]] uint64_t m_spinNs = kLongSpinNs;
     [[maybe_unused]] uint64_t m_spinUntil = 0;  // nanoseconds of the monotonic clock
 };
 
