@@ -1,8 +1,10 @@
-// The limit of a lock-step transfer: bare datagrams to and fro, and nothing else.
+// The limits of this machine. Of a lock-step transfer: bare datagrams to and fro, and nothing else.
 //   bench_limit serve ADDRESS
 //   bench_limit run ADDRESS REQUEST REPLY COUNT    prints seconds and CPU seconds
 // The first two bytes of a request tell how long its reply is to be. The client waits as the link does:
 // a short spin, then poll.
+// Of a silent wait: poll in slices of so many microseconds, and nothing else.
+//   bench_limit wait SLICE SECONDS    prints CPU seconds
 #include <arpa/inet.h>
 #include <poll.h>
 #include <sys/resource.h>
@@ -112,6 +114,18 @@ int Run(const char* address, size_t request, uint16_t reply, long count) {
     return 0;
 }
 
+int Wait(long sliceUs, long seconds) {
+    const int fd = Socket(Address("127.0.0.1", 0));
+    const double cpu = CpuSeconds();
+    for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end;) {
+        pollfd waiting{fd, POLLIN, 0};
+        const timespec slice{sliceUs / 1'000'000, sliceUs % 1'000'000 * 1000};
+        ppoll(&waiting, 1, &slice, nullptr);
+    }
+    std::printf("%.6f\n", CpuSeconds() - cpu);
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -124,6 +138,11 @@ int main(int argc, char** argv) {
                    static_cast<uint16_t>(std::strtoul(argv[4], nullptr, 10)),
                    std::strtol(argv[5], nullptr, 10));
     }
-    std::fputs("Usage: bench_limit serve ADDRESS | run ADDRESS REQUEST REPLY COUNT\n", stderr);
+    if (mode == "wait" && argc == 4) {
+        return Wait(std::strtol(argv[2], nullptr, 10), std::strtol(argv[3], nullptr, 10));
+    }
+    std::fputs(
+        "Usage: bench_limit serve ADDRESS | run ADDRESS REQUEST REPLY COUNT | wait SLICE SECONDS\n",
+        stderr);
     return 2;
 }

@@ -116,8 +116,10 @@ int Outcome(int result, bool posted) {
     if (!posted) {
         return result;
     }
+    // Each look takes a core from the link or the panel for a moment, so not at every millisecond; one
+    // that comes late counts against the module too.
     while (table->IsBusy() != 0) {
-        std::this_thread::sleep_for(1ms);
+        std::this_thread::sleep_for(4ms);
     }
     return table->GetResult();
 }
