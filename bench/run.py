@@ -29,8 +29,8 @@ class Bench:
         # A core for the servers and the others for the clients: left to the scheduler, both ends share one
         # for some time behind a pause, and a round trip takes ten times as long.
         cores = sorted(os.sched_getaffinity(0))
-        self.server_cores = cores[-1:]
-        os.sched_setaffinity(0, cores[:-1] or cores)
+        self.server_cores, self.client_cores = cores[-1:], cores[:-1] or cores
+        os.sched_setaffinity(0, self.client_cores)
 
     def serve(self, *command, ready=None):
         process = subprocess.Popen(list(map(str, command)), stdout=subprocess.PIPE,
@@ -97,11 +97,14 @@ class Bench:
 
     def warm(self, size):
         """Touches that much memory and frees it: a virtual machine that has given free memory back to its
-        host gets it again at a tenth of the speed, which the job that comes first behind a pause would pay."""
-        with open(self.scratch / "warm", "wb", buffering=0) as out:
-            for _ in range(size // MIB):
-                out.write(bytes(MIB))
-        (self.scratch / "warm").unlink()
+        host gets it again at a tenth of the speed, which the job that comes first behind a pause would pay.
+        Each core keeps what was freed on it."""
+        for cores in (self.server_cores, self.client_cores):
+            os.sched_setaffinity(0, cores)
+            with open(self.scratch / "warm", "wb", buffering=0) as out:
+                for _ in range(size // MIB):
+                    out.write(bytes(MIB))
+            (self.scratch / "warm").unlink()
         with mmap.mmap(-1, 32 * MIB) as block:  # huge pages are taken and kept apart from the others
             block.madvise(mmap.MADV_HUGEPAGE)
             block.write(bytes(len(block)))
