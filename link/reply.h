@@ -11,7 +11,7 @@
 
 namespace brenholt {
 
-inline constexpr size_t kMaxDatagram = 1400;
+inline constexpr size_t kMaxDatagram = 1400;  // bytes, both ways
 
 // A view of the receive buffer, good until the next receive.
 class Reply {
@@ -35,7 +35,7 @@ class Reply {
 
 inline constexpr size_t kMarkerPosition = 3;
 
-// The bytes of a reply, kept beyond the next receive.
+// The bytes of a reply, at most kMaxDatagram, kept beyond the next receive.
 class KeptReply {
  public:
     void Keep(const Reply& reply);

@@ -51,7 +51,7 @@ class CEvent {
     CEvent& operator=(const CEvent&) = delete;
 
     void SetEvent();
-    // Blocks until an event or for `milliseconds`.
+    // Blocks until an event, but no longer than `milliseconds`; a signal does not cut it short.
     void Wait(uint32_t milliseconds);
 
  private:

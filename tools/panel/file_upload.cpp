@@ -112,7 +112,7 @@ bool FileUpload::Begin(const Storage& storage, const Request& request) {
     left_ = record_.size;
     head_.assign(parts->head.begin(), parts->head.end());
     file_ = storage.Create(TargetPath(storage, request.text, parts->name));
-    return file_ && Append(parts->data);
+    return file_ && Accept(parts->data);
 }
 
 bool FileUpload::Continue(const Request& request) {
@@ -120,10 +120,10 @@ bool FileUpload::Continue(const Request& request) {
         return false;
     }
     const auto parts = ParsePayload(request.payload);
-    return parts && std::ranges::equal(parts->head, head_) && Append(parts->data);
+    return parts && std::ranges::equal(parts->head, head_) && Accept(parts->data);
 }
 
-bool FileUpload::Append(ByteView data) {
+bool FileUpload::Accept(ByteView data) {
     if (data.size() > left_) {
         return false;
     }

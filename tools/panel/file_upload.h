@@ -36,7 +36,7 @@ class FileUpload {
  private:
     bool Begin(const Storage& storage, const Request& request);
     bool Continue(const Request& request);
-    bool Append(ByteView data);
+    bool Accept(ByteView data);
     bool Finish();
 
     std::unique_ptr<NewFile> file_;  // while a transfer runs
