@@ -16,7 +16,7 @@ int CTvUdp::GetUnits(int nMaxRows, uint8_t* rows) {
 
 int CTvUdp::UseUnit(const char16_t* ip) {
     if (m_bBusy != 0) {
-        m_bCancel = 1;
+        Cancel();
         Sleep(kCancelGraceMs);
     }
     if (ip == nullptr || m_ping.SelectUnit(ip) == 0) {

@@ -26,17 +26,14 @@ namespace {
 constexpr std::string_view kPrefix = "Cmd=";
 constexpr size_t kMaxHeaderText = 255;  // bytes, of token and of argument
 
-// A silent wait looks for a cancel this often: seldom enough to cost little, and within 2 ms. Near
-// its end the slices are short, or it would end by one of the long ones too late.
-constexpr uint32_t kWaitSliceUs = 1500;
-constexpr uint32_t kLastSlicesUs = 250;
-constexpr uint32_t kLastSlicesMs = 2;
+// A cancel interrupts the wait. It is looked for this often besides, should there have been no
+// descriptor left to interrupt it by.
+constexpr uint32_t kWaitSliceMs = 10;
+// The tick that ends the wait may come at any time within the last millisecond.
+constexpr uint32_t kLastSliceUs = 250;
 
 uint32_t SliceUs(uint32_t leftMs) {
-    if (leftMs == 0) {
-        return 0;
-    }
-    return leftMs > kLastSlicesMs ? kWaitSliceUs : kLastSlicesUs;
+    return leftMs > 1 ? std::min(leftMs - 1, kWaitSliceMs) * 1000 : leftMs * kLastSliceUs;
 }
 
 class InRecv {
@@ -84,6 +81,11 @@ bool CTvUdp::SendPacket(int length) {
     to.sin_addr.s_addr = route.address;
     SendTo(std::span(m_txBuf).first(static_cast<size_t>(length)), to);
     return true;
+}
+
+void CTvUdp::Cancel() {
+    m_bCancel = 1;
+    Interrupt();
 }
 
 int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {

@@ -74,7 +74,7 @@ int32_t FnIsBusy() {
     return g_link.m_bBusy;
 }
 void FnCancel() {
-    g_link.m_bCancel = 1;
+    g_link.Cancel();
 }
 int32_t FnGetResult() {
     return g_link.m_nResult;

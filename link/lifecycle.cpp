@@ -96,7 +96,7 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
 
 void CTvUdp::Stop() {
     m_ping.Stop();
-    m_bCancel = 1;
+    Cancel();
     StopWorker();
     Close();
     g_ownReference.Drop();

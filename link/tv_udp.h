@@ -91,6 +91,8 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     int RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs);
     // The loop of attempts that every command shares; see link/exchange.h.
     Outcome Exchange(int length, const ExchangeRules& rules, Judge& judge);
+    // Asks the running command to end; without one, nothing comes of it. Any thread may call it.
+    void Cancel();
     // Whether the running command must end: cancelled, or the link stops since the command began.
     bool Interrupted() const { return m_bCancel != 0 || Stopping(); }
     // How long the target takes to answer, in ms, averaged over exchanges without a resend.

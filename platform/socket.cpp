@@ -4,9 +4,8 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <array>
 #include <ctime>
-
-#include "platform/clock.h"
 
 namespace brenholt {
 namespace {
@@ -45,11 +44,13 @@ bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
         return false;
     }
     m_socket = std::move(fd);
+    m_waker.Open();
     return true;
 }
 
 void CAsyncSocket::Close() {
     m_socket.Close();
+    m_waker.Close();
 }
 
 int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
@@ -65,10 +66,6 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
 
 int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
     from = {};
-    if (!m_socket) {
-        Sleep((waitUs + 999) / 1000);
-        return -1;
-    }
     while (waitUs > 0 && NowNs() < m_spinUntil) {
         const int n = TakeDatagram(buffer, from);
         if (n >= 0) {
@@ -78,10 +75,13 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint
     }
     if (waitUs > 0) {
         m_spinNs = kShortSpinNs;
-        pollfd waiting{m_socket.Get(), POLLIN, 0};
+        std::array<pollfd, 2> waiting{{{m_socket.Get(), POLLIN, 0}, {m_waker.Get(), POLLIN, 0}}};
         const timespec time{waitUs / 1'000'000, waitUs % 1'000'000 * 1000L};
-        if (ppoll(&waiting, 1, &time, nullptr) <= 0) {
+        if (ppoll(waiting.data(), waiting.size(), &time, nullptr) <= 0) {
             return -1;
+        }
+        if (waiting[1].revents != 0) {
+            m_waker.Clear();
         }
     }
     return TakeDatagram(buffer, from);
@@ -94,6 +94,10 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
     });
     m_spinUntil = NowNs() + m_spinNs;
     return static_cast<int>(n);
+}
+
+void CAsyncSocket::Interrupt() {
+    m_waker.Wake();
 }
 
 }  // namespace brenholt

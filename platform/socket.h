@@ -8,13 +8,14 @@
 #include <span>
 
 #include "platform/descriptor.h"
+#include "platform/waker.h"
 
 struct sock_filter;
 
 namespace brenholt {
 
 // A non-blocking IPv4 UDP socket, bound on all interfaces. Before Create and after Close every send
-// fails and every receive finds nothing. One thread at a time may use it.
+// fails and every receive finds nothing. One thread at a time may use it; Interrupt is for the others.
 class CAsyncSocket {
  public:
     CAsyncSocket() = default;
@@ -35,7 +36,7 @@ class CAsyncSocket {
 
     // Takes one waiting datagram: its length (0 for an empty one) and its source, or -1 when none is
     // waiting or the receive fails. A datagram longer than `buffer` is a failed receive and is lost.
-    // `waitUs` (microseconds) above 0 blocks until a datagram comes, but no longer than that; shortly
+    // `waitUs` (microseconds) above 0 blocks until a datagram or an interrupt comes, but no longer; shortly
     // after a send it spins first, as the answer of a panel nearby is a matter of microseconds; not for
     // long when the last spin brought nothing.
     int ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs);
@@ -43,10 +44,15 @@ class CAsyncSocket {
     // Sends one datagram; its length, or -1.
     int SendTo(std::span<const uint8_t> data, const sockaddr_in& to);
 
+    // Ends a ReceiveFrom that blocks, or else the next that would, without a datagram. Any thread may call
+    // it.
+    void Interrupt();
+
  private:
     int TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from);
 
     CDescriptor m_socket;
+    CWaker m_waker;
     static constexpr uint64_t kLongSpinNs = 50'000;
     static constexpr uint64_t kShortSpinNs = 10'000;
 

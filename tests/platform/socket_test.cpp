@@ -91,6 +91,29 @@ TEST_F(SocketTest, WaitEndsWithTheDatagramOrTheTime) {
     EXPECT_GE(GetTickCount() - start, 19U);
 }
 
+TEST_F(SocketTest, InterruptEndsOneWait) {
+    constexpr uint32_t kLongMs = 60'000;
+    const uint32_t start = GetTickCount();
+    std::thread other([this] {
+        Sleep(20);
+        receiver.Interrupt();
+    });
+    EXPECT_EQ(Receive(kLongMs), -1);
+    other.join();
+    receiver.Interrupt();
+    receiver.Interrupt();
+    EXPECT_EQ(Receive(kLongMs), -1) << "the next wait, when none is under way";
+    EXPECT_LT(GetTickCount() - start, kLongMs / 2);
+    const uint32_t quiet = GetTickCount();
+    EXPECT_EQ(Receive(20), -1);
+    EXPECT_GE(GetTickCount() - quiet, 19U);
+    Send(7);
+    receiver.Interrupt();
+    EXPECT_EQ(Receive(kLongMs), 7) << "a datagram that is there comes first";
+    receiver.Close();
+    receiver.Interrupt();
+}
+
 TEST(DescriptorTest, StaysAboveTheStandardThree) {
     const int saved = dup(STDIN_FILENO);
     close(STDIN_FILENO);

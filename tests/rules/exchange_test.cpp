@@ -97,9 +97,10 @@ TEST_F(ExchangeTest, WaitSurvivesTheTicksWrap) {
 }
 
 TEST_F(ExchangeTest, CancelEndsTheWaitAtOnce) {
-    wire.At(200'000, [this] { link->m_bCancel = 1; });
+    link->Cancel();  // of no command: the next is not cancelled
+    wire.At(203'000, [this] { link->Cancel(); });
     EXPECT_EQ(link->CmdTM(0), 0);
-    EXPECT_NEAR(static_cast<double>(ElapsedMs()), 200, 2.0);
+    EXPECT_EQ(ElapsedMs(), 203U);
     EXPECT_EQ(sent.size(), 1U);
     EXPECT_EQ(link->m_bCancel, 0);
     EXPECT_EQ(link->m_bBusy, 0);

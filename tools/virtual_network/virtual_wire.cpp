@@ -1,6 +1,7 @@
 #include "tools/virtual_network/virtual_wire.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/address.h"
 #include "platform/clock.h"
@@ -17,6 +18,7 @@ void VirtualWire::Reset(uint64_t tickMs) {
     m_nowUs = tickMs * 1000;
     m_events = {};
     m_queues.clear();
+    m_interrupted = false;
     onSend = nullptr;
 }
 
@@ -94,12 +96,16 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint
     wire.Advance(0);
     int n = TakeDatagram(buffer, from);
     const uint64_t until = wire.m_nowUs + waitUs;
-    while (n < 0 && wire.m_nowUs < until) {
+    while (n < 0 && wire.m_nowUs < until && !std::exchange(wire.m_interrupted, false)) {
         const uint64_t next = wire.m_events.empty() ? until : wire.m_events.top().dueUs;
         wire.Advance(std::min(next, until) - wire.m_nowUs);
         n = TakeDatagram(buffer, from);
     }
     return n;
+}
+
+void CAsyncSocket::Interrupt() {
+    VirtualWire::Get().m_interrupted = true;
 }
 
 int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {

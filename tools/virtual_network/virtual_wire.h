@@ -59,6 +59,7 @@ class VirtualWire {
     std::priority_queue<Event, std::vector<Event>, std::greater<>> m_events;
     std::map<uint16_t, std::queue<WireDatagram>> m_queues;
     std::map<const CAsyncSocket*, uint16_t> m_ports;
+    bool m_interrupted = false;  // the wait under way or, without one, the next
 };
 
 }  // namespace brenholt

@@ -1,0 +1,38 @@
+// Ends another thread's wait on a descriptor.
+#ifndef BRENHOLT_PLATFORM_WAKER_H
+#define BRENHOLT_PLATFORM_WAKER_H
+
+#include "platform/thread.h"
+
+namespace brenholt {
+
+// A descriptor that becomes readable when some thread says so: the one that waits polls it too. Open,
+// Close and Clear belong to the thread that waits; any thread may call Wake, at any time.
+class CWaker {
+ public:
+    CWaker() = default;
+    ~CWaker() { Close(); }
+    CWaker(const CWaker&) = delete;
+    CWaker& operator=(const CWaker&) = delete;
+
+    // Without a free descriptor it stays closed.
+    void Open();
+    void Close();
+    // Readable from now on, until Clear; nothing when it is closed.
+    void Wake();
+    void Clear();
+    // -1, which poll passes over, when it is closed.
+    int Get() const { return m_timer; }
+
+ private:
+    void Set(long nanoseconds);
+
+    // A timer rather than an event descriptor: Wake may meet a number that was closed a moment ago, or by
+    // a host that closes all it does not know. Should it be another file's by then, setting a timer fails,
+    // where a write would land in that file.
+    SharedWord m_timer{-1};
+};
+
+}  // namespace brenholt
+
+#endif
