@@ -1,25 +1,32 @@
 // The limits of this machine. Of a lock-step transfer: bare datagrams to and fro, and nothing else.
 //   bench_limit serve ADDRESS
-//   bench_limit run ADDRESS REQUEST REPLY COUNT    prints seconds and CPU seconds
+//   bench_limit run ADDRESS REQUEST REPLY COUNT [DATA FILE]    prints seconds and CPU seconds
 // The first two bytes of a request tell how long its reply is to be. The client waits as the link does:
-// a short spin, then poll.
+// a short spin, then poll. With FILE it stores DATA bytes a round trip there, in blocks as large as the link's:
+// what the machine takes for the memory of a file is then part of the limit.
 // Of a silent wait: poll in slices of so many microseconds, and nothing else.
 //   bench_limit wait SLICE SECONDS    prints CPU seconds
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
 constexpr uint16_t kPort = 10260;
+constexpr size_t kBufferSize = 2048;
 // The server looks longer than any client of it pauses, so that it is never asleep when a request comes.
 constexpr auto kServerSpin = std::chrono::milliseconds(1);
 constexpr auto kSpin = std::chrono::microseconds(50);
@@ -75,7 +82,7 @@ int Serve(const char* address) {
     const int fd = Socket(Address(address, kPort));
     std::puts("ready");
     std::fflush(stdout);
-    char buffer[2048] = {};
+    char buffer[kBufferSize] = {};
     for (;;) {
         sockaddr_in from{};
         if (Receive(fd, buffer, sizeof buffer, from, -1, kServerSpin) >= 2) {
@@ -95,10 +102,46 @@ double CpuSeconds() {
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
 }
 
-int Run(const char* address, size_t request, uint16_t reply, long count) {
+// Gathers bytes, and writes them to a file in large blocks.
+class Store {
+ public:
+    explicit Store(const char* path)
+        : m_fd(open(path, O_CREAT | O_TRUNC | O_WRONLY, 0600)), m_block(kTransferBlock) {
+        if (m_fd < 0) {
+            Fail(path);
+        }
+    }
+    void Take(const char* bytes, size_t size) {
+        if (m_used + size > m_block.size()) {
+            Flush();
+        }
+        std::memcpy(m_block.data() + m_used, bytes, size);
+        m_used += size;
+    }
+    void Flush() {
+        if (write(m_fd, m_block.data(), m_used) != static_cast<ssize_t>(m_used)) {
+            Fail("write");
+        }
+        m_used = 0;
+    }
+
+ private:
+    static constexpr size_t kTransferBlock = 20 << 20;
+
+    int m_fd;
+    std::vector<char> m_block;
+    size_t m_used = 0;
+};
+
+int Run(const char* address, size_t request, uint16_t reply, long count, size_t data,
+        const char* path) {
     const int fd = Socket(Address("127.0.0.1", 0));
     const sockaddr_in panel = Address(address, kPort);
-    char buffer[2048] = {};
+    char buffer[kBufferSize] = {};
+    std::optional<Store> store;
+    if (path != nullptr) {
+        store.emplace(path);
+    }
     const double cpu = CpuSeconds();
     const auto start = Clock::now();
     for (long i = 0; i < count; ++i) {
@@ -108,6 +151,12 @@ int Run(const char* address, size_t request, uint16_t reply, long count) {
         if (Receive(fd, buffer, sizeof buffer, from, 1000, kSpin) != reply) {
             Fail("no reply");
         }
+        if (store) {
+            store->Take(buffer, data);
+        }
+    }
+    if (store) {
+        store->Flush();
     }
     const std::chrono::duration<double> took = Clock::now() - start;
     std::printf("%.6f %.6f\n", took.count(), CpuSeconds() - cpu);
@@ -133,16 +182,22 @@ int main(int argc, char** argv) {
     if (mode == "serve" && argc == 3) {
         return Serve(argv[2]);
     }
-    if (mode == "run" && argc == 6) {
+    if (mode == "run" && (argc == 6 || argc == 8)) {
+        const size_t data = argc == 8 ? std::strtoul(argv[6], nullptr, 10) : 0;
+        if (data > kBufferSize) {
+            errno = EINVAL;
+            Fail("DATA");
+        }
         return Run(argv[2], std::strtoul(argv[3], nullptr, 10),
                    static_cast<uint16_t>(std::strtoul(argv[4], nullptr, 10)),
-                   std::strtol(argv[5], nullptr, 10));
+                   std::strtol(argv[5], nullptr, 10), data, argc == 8 ? argv[7] : nullptr);
     }
     if (mode == "wait" && argc == 4) {
         return Wait(std::strtol(argv[2], nullptr, 10), std::strtol(argv[3], nullptr, 10));
     }
     std::fputs(
-        "Usage: bench_limit serve ADDRESS | run ADDRESS REQUEST REPLY COUNT | wait SLICE SECONDS\n",
+        "Usage: bench_limit serve ADDRESS | run ADDRESS REQUEST REPLY COUNT [DATA FILE]\n"
+        "       | wait SLICE SECONDS\n",
         stderr);
     return 2;
 }

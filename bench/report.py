@@ -46,10 +46,11 @@ def text(page):
     lines += table(("Panels heard, a beacon a second each", "wake-ups/s", "CPU ms/s"),
                    [(count, f"{idle[3] / idle[0]:.0f}", f"{idle[1] / idle[0] * 1000:.1f}")
                     for count, idle in page.crowd])
-    lines += table(("File", "fetch s/GB", "CPU s/GB", "growth MiB", "send s/GB", "CPU s/GB", "growth MiB"),
+    lines += table(("File", *(f"{direction}{column}" for direction in ("fetch ", "send ") for column in
+                              ("s/GB", "CPU s/GB", "growth MiB", "ratio to the limit with a file"))),
                    [(f"{size >> 20} MiB", *(column for run in (fetch, send) for column in
                                             (f"{run[0] / size * 1e9:.1f}", f"{run[1] / size * 1e9:.1f}",
-                                             f"{run[2] / 1024:.1f}")))
+                                             f"{run[2] / 1024:.1f}", f"{run[-1]:.2f}")))
                     for size, fetch, send in page.growth])
     return "\n".join(lines)
 

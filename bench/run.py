@@ -15,8 +15,14 @@ import time
 import report
 
 PANEL, LIMIT_ADDRESS, PEER_PORT = "127.0.0.2", "127.0.0.3", "10269"
-FETCH_DATA, SEND_DATA = 1363, 1300  # bytes of file in a full datagram, about
+FETCH_DATA = 1363
+DATAGRAMS = {"fetch": (30, 1400, FETCH_DATA), "send": (1400, 4, 1300)}  # request, reply, bytes of file, about
 MIB = 1 << 20
+
+
+def repeats(size):
+    """How many times as often a transfer of `size` bytes runs: what disturbs a short one weighs more."""
+    return min(max(1, 128 * MIB // size), 4)
 
 
 class Bench:
@@ -47,11 +53,13 @@ class Bench:
             process.wait()
         self.servers.clear()
 
-    def limit(self, request, reply, size, data):
-        """Seconds and CPU seconds of as many bare round trips as a transfer of `size` bytes has."""
-        count = -(-size // data)
-        out = subprocess.run([self.build / "bench/bench_limit", "run", LIMIT_ADDRESS, str(request),
-                              str(reply), str(count)], check=True, capture_output=True, text=True)
+    def limit(self, direction, size, file=None):
+        """Seconds and CPU seconds of as many bare round trips as a transfer of `size` bytes has; with `file`,
+        also of as many bytes written there."""
+        request, reply, data = DATAGRAMS[direction]
+        out = subprocess.run([self.build / "bench/bench_limit", "run", LIMIT_ADDRESS, str(request), str(reply),
+                              str(-(-size // data)), *((str(data), file) if file else ())],
+                             check=True, capture_output=True, text=True)
         seconds, cpu = map(float, out.stdout.split())
         return seconds, cpu
 
@@ -109,12 +117,14 @@ class Bench:
             block.madvise(mmap.MADV_HUGEPAGE)
             block.write(bytes(len(block)))
 
-    def medians(self, jobs, stored=0, files=()):
+    def medians(self, jobs, stored=0, files=(), times=1):
         """Runs each job in turn, round after round, with memory for the bytes that each stores and without the
         files that the others stored, which it would otherwise have to free; for each name the list of its
-        results. Where there are several rounds, one before them does not count: it finds everything cold."""
+        results. Where there are several rounds, `times` as many as the bench has, one before them does not
+        count: it finds everything cold."""
         results = {name: [] for name in jobs}
-        for number in range(-1 if self.rounds > 1 else 0, self.rounds):
+        rounds = self.rounds * times if self.rounds > 1 else 1
+        for number in range(-1 if rounds > 1 else 0, rounds):
             for name, job in jobs.items():
                 for file in files:
                     file.unlink(missing_ok=True)
@@ -122,7 +132,7 @@ class Bench:
                 result = job()
                 if result is not None and number >= 0:
                     results[name].append(result)
-            print(f"  round {number + 1} of {self.rounds}", file=sys.stderr)
+            print(f"  round {number + 1} of {rounds}", file=sys.stderr)
         return results
 
     def transfers(self, size):
@@ -131,10 +141,10 @@ class Bench:
         self.file(self.local, "s", size)
         at = f"tftp://127.0.0.1:{PEER_PORT}"
         jobs = {
-            "fetch limit": lambda: self.limit(30, 1400, size, FETCH_DATA),
+            "fetch limit": lambda: self.limit("fetch", size),
             "fetch direct": lambda: self.fetch("direct", "f"),
             "fetch posted": lambda: self.fetch("posted", "f"),
-            "send limit": lambda: self.limit(1400, 4, size, SEND_DATA),
+            "send limit": lambda: self.limit("send", size),
             "send direct": lambda: self.link("send", "direct", self.local / "s"),
             "send posted": lambda: self.link("send", "posted", self.local / "s"),
         }
@@ -151,7 +161,7 @@ class Bench:
         }
         stored = [self.local / name for name in ("f", "by-curl", "by-atftp")]
         stored += [self.storage / name for name in ("sent", "up")]
-        results = self.medians(jobs, size + 32 * MIB, stored)
+        results = self.medians(jobs, size + 32 * MIB, stored, repeats(size))
         rows = []
         for name, runs in results.items():
             if runs:
@@ -205,17 +215,25 @@ class Bench:
             yield f"a listing of {entries} entries", f"{took * 1000:.2f} ms, {took * 1e6 / entries:.1f} us an entry"
 
     def growth(self, sizes):
-        """For each size of file: what `link` gives, fetched and sent, each figure the median of the rounds."""
-        at_panel, here, sent = self.storage / "g", self.local / "g", self.storage / "sent"
+        """For each size of file, fetched and sent: what `link` gives, each figure the median of the rounds, and
+        the median of its ratios to the limit of round trips that store the file."""
+        at_panel, here, sent, bare = self.storage / "g", self.local / "g", self.storage / "sent", self.local / "bare"
+
+        def measured(direction, job, stored):
+            results = self.medians({"limit": lambda: self.limit(direction, size, bare), "link": job},
+                                   size + 32 * MIB, [stored, bare], repeats(size))
+            ratios = [limit[0] / run[0] for limit, run in zip(results["limit"], results["link"])]
+            return *map(statistics.median, zip(*results["link"])), statistics.median(ratios)
+
         for size in sizes:
             # One file and its copy at a time: memory that is filled and free is scarce.
             self.file(self.storage, "g", size)
-            fetch = self.medians({"fetch": lambda: self.fetch("direct", "g")}, size + 32 * MIB, [here])
+            fetch = measured("fetch", lambda: self.fetch("direct", "g"), here)
             at_panel.unlink()
-            send = self.medians({"send": lambda: self.link("send", "direct", here)}, size + 32 * MIB, [sent])
+            send = measured("send", lambda: self.link("send", "direct", here), sent)
             sent.unlink()
             here.unlink()
-            yield size, *(tuple(map(statistics.median, zip(*runs))) for runs in (fetch["fetch"], send["send"]))
+            yield size, fetch, send
 
     def crowd(self, counts):
         """For each number of panels heard, a beacon a second each: the share of a core."""
