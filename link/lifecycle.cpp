@@ -86,6 +86,7 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
     static const int forkHandlers = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
     static_cast<void>(forkHandlers);
     Create(kCommandPort);
+    AllowInterrupt();
     if (!StartWorker(ServiceThread, this)) {
         Close();
         return 0;

@@ -44,7 +44,6 @@ bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
         return false;
     }
     m_socket = std::move(fd);
-    m_waker.Open();
     return true;
 }
 
@@ -94,6 +93,10 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
     });
     m_spinUntil = NowNs() + m_spinNs;
     return static_cast<int>(n);
+}
+
+void CAsyncSocket::AllowInterrupt() {
+    m_waker.Open();
 }
 
 void CAsyncSocket::Interrupt() {

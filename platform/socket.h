@@ -44,8 +44,9 @@ class CAsyncSocket {
     // Sends one datagram; its length, or -1.
     int SendTo(std::span<const uint8_t> data, const sockaddr_in& to);
 
-    // Ends a ReceiveFrom that blocks, or else the next that would, without a datagram. Any thread may call
-    // it.
+    // From now until Close an Interrupt, by any thread, ends a ReceiveFrom that blocks, or else the next
+    // that would, without a datagram. When there is no descriptor left for that, it does nothing.
+    void AllowInterrupt();
     void Interrupt();
 
  private:

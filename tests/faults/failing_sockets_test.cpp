@@ -86,6 +86,7 @@ TEST_F(FailingSockets, EachFromStartToStop) {
     } troubles[] = {{Call::Socket, 9},
                     {Call::Setsockopt, 9},
                     {Call::Bind, 9},
+                    {Call::TimerfdCreate, 9},
                     {Call::PthreadCreate, 9},
                     {Call::Sendto, 9},
                     {Call::Ppoll, 5},

@@ -29,8 +29,8 @@ constexpr std::array kKinds{
     Kind{"open", EMFILE},           Kind{"openat", ENFILE},      Kind{"ppoll", ENOMEM},
     Kind{"pthread_create", EAGAIN}, Kind{"read", EIO},           Kind{"recvfrom", ENOMEM},
     Kind{"renameat", EIO},          Kind{"sendto", ENETUNREACH}, Kind{"setsockopt", ENOMEM},
-    Kind{"socket", EMFILE},         Kind{"stat", EACCES},        Kind{"unlinkat", EIO},
-    Kind{"utimensat", EPERM},       Kind{"write", ENOSPC},
+    Kind{"socket", EMFILE},         Kind{"stat", EACCES},        Kind{"timerfd_create", EMFILE},
+    Kind{"unlinkat", EIO},          Kind{"utimensat", EPERM},    Kind{"write", ENOSPC},
 };
 const Kind& KindOf(Call call) {
     return kKinds.at(static_cast<size_t>(call));
@@ -181,6 +181,7 @@ FAULTY(int, Setsockopt, setsockopt,
        (fd, level, option, value, size))
 FAULTY(int, Socket, socket, (int family, int kind, int protocol), (family, kind, protocol))
 FAULTY(int, Stat, stat, (const char* name, struct stat* status), (name, status))
+FAULTY(int, TimerfdCreate, timerfd_create, (int clock, int flags), (clock, flags))
 FAULTY(int, Unlinkat, unlinkat, (int at, const char* name, int flags), (at, name, flags))
 FAULTY(int, Utimensat, utimensat, (int at, const char* name, const timespec* times, int flags),
        (at, name, times, flags))

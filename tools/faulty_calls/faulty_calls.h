@@ -29,6 +29,7 @@ enum class Call {
     Setsockopt,
     Socket,
     Stat,
+    TimerfdCreate,
     Unlinkat,
     Utimensat,
     Write,
