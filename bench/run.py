@@ -21,8 +21,14 @@ MIB = 1 << 20
 
 
 def repeats(size):
-    """How many times as often a transfer of `size` bytes runs: what disturbs a short one weighs more."""
-    return min(max(1, 128 * MIB // size), 4)
+    """How many times as often a transfer of `size` bytes runs: for seconds on end a shared machine is a third
+    slower, and in a few rounds that may strike the link more than its limit."""
+    return 4 if size <= 256 * MIB else 1
+
+
+def ratios(limit, runs):
+    """Of a job to its limit, one for each round that has the job."""
+    return [limit[number][0] / run[0] for number, run in runs.items()]
 
 
 class Bench:
@@ -117,21 +123,23 @@ class Bench:
             block.madvise(mmap.MADV_HUGEPAGE)
             block.write(bytes(len(block)))
 
-    def medians(self, jobs, stored=0, files=(), times=1):
+    def medians(self, jobs, stored=0, files=(), times=1, seldom=()):
         """Runs each job in turn, round after round, with memory for the bytes that each stores and without the
-        files that the others stored, which it would otherwise have to free; for each name the list of its
-        results. Where there are several rounds, `times` as many as the bench has, one before them does not
-        count: it finds everything cold."""
-        results = {name: [] for name in jobs}
+        files that the others stored, which it would otherwise have to free; for each name its results by
+        round. Where there are several rounds, `times` as many as the bench has, one before them does not
+        count: it finds everything cold. The jobs named `seldom` run as often as the bench has rounds."""
+        results = {name: {} for name in jobs}
         rounds = self.rounds * times if self.rounds > 1 else 1
         for number in range(-1 if rounds > 1 else 0, rounds):
             for name, job in jobs.items():
+                if name in seldom and number % times:
+                    continue
                 for file in files:
                     file.unlink(missing_ok=True)
                 self.warm(stored)
                 result = job()
                 if result is not None and number >= 0:
-                    results[name].append(result)
+                    results[name][number] = result
             print(f"  round {number + 1} of {rounds}", file=sys.stderr)
         return results
 
@@ -151,7 +159,7 @@ class Bench:
         if size <= 32 * MIB:
             jobs["block direct"] = lambda: self.link("block", "direct", size)
         # The slow ones come last in a round, so that the others stand close to their limit in time.
-        jobs |= {
+        peers = {
             "fetch curl": lambda: self.peer("curl", "-s", "--tftp-blksize", FETCH_DATA, "-o", "by-curl", f"{at}/f"),
             "fetch atftp": lambda: self.peer("atftp", "--option", f"blksize {FETCH_DATA}", "-g", "-r", "f",
                                              "-l", "by-atftp", "127.0.0.1", PEER_PORT),
@@ -161,14 +169,13 @@ class Bench:
         }
         stored = [self.local / name for name in ("f", "by-curl", "by-atftp")]
         stored += [self.storage / name for name in ("sent", "up")]
-        results = self.medians(jobs, size + 32 * MIB, stored, repeats(size))
+        results = self.medians(jobs | peers, size + 32 * MIB, stored, repeats(size), seldom=peers)
         rows = []
         for name, runs in results.items():
             if runs:
                 base = results[("fetch" if name.startswith("fetch") else "send") + " limit"]
-                ratios = [limit[0] / run[0] for limit, run in zip(base, runs)]
-                rows.append(report.Row(name, ratios, size / MIB / statistics.median(r[0] for r in runs),
-                                       statistics.median(r[1] for r in runs) / (size / 1e9)))
+                seconds, cpu = (statistics.median(run[i] for run in runs.values()) for i in (0, 1))
+                rows.append(report.Row(name, ratios(base, runs), size / MIB / seconds, cpu / (size / 1e9)))
         return sorted(rows, key=lambda row: not row.name.startswith("fetch"))
 
     def folder(self, count=1000, size=4096):
@@ -187,7 +194,7 @@ class Bench:
         (self.local / "many").mkdir()
         (self.local / "curl-many").mkdir()
         results = self.medians(jobs)
-        return [(name, [count / run[0] for run in runs]) for name, runs in results.items() if runs]
+        return [(name, [count / run[0] for run in runs.values()]) for name, runs in results.items() if runs]
 
     def presence(self, rounds):
         """The cost of being there, as (what, text) pairs."""
@@ -222,8 +229,8 @@ class Bench:
         def measured(direction, job, stored):
             results = self.medians({"limit": lambda: self.limit(direction, size, bare), "link": job},
                                    size + 32 * MIB, [stored, bare], repeats(size))
-            ratios = [limit[0] / run[0] for limit, run in zip(results["limit"], results["link"])]
-            return *map(statistics.median, zip(*results["link"])), statistics.median(ratios)
+            return (*map(statistics.median, zip(*results["link"].values())),
+                    statistics.median(ratios(results["limit"], results["link"])))
 
         for size in sizes:
             # One file and its copy at a time: memory that is filled and free is scarce.
