@@ -123,7 +123,7 @@ class Bench:
             block.madvise(mmap.MADV_HUGEPAGE)
             block.write(bytes(len(block)))
 
-    def medians(self, jobs, stored=0, files=(), times=1, seldom=()):
+    def interleaved(self, jobs, stored=0, files=(), times=1, seldom=()):
         """Runs each job in turn, round after round, with memory for the bytes that each stores and without the
         files that the others stored, which it would otherwise have to free; for each name its results by
         round. Where there are several rounds, `times` as many as the bench has, one before them does not
@@ -169,7 +169,7 @@ class Bench:
         }
         stored = [self.local / name for name in ("f", "by-curl", "by-atftp")]
         stored += [self.storage / name for name in ("sent", "up")]
-        results = self.medians(jobs | peers, size + 32 * MIB, stored, repeats(size), seldom=peers)
+        results = self.interleaved(jobs | peers, size + 32 * MIB, stored, repeats(size), seldom=peers)
         rows = []
         for name, runs in results.items():
             if runs:
@@ -193,7 +193,7 @@ class Bench:
         }
         (self.local / "many").mkdir()
         (self.local / "curl-many").mkdir()
-        results = self.medians(jobs)
+        results = self.interleaved(jobs)
         return [(name, [count / run[0] for run in runs.values()]) for name, runs in results.items() if runs]
 
     def presence(self, rounds):
@@ -227,8 +227,8 @@ class Bench:
         at_panel, here, sent, bare = self.storage / "g", self.local / "g", self.storage / "sent", self.local / "bare"
 
         def measured(direction, job, stored):
-            results = self.medians({"limit": lambda: self.limit(direction, size, bare), "link": job},
-                                   size + 32 * MIB, [stored, bare], repeats(size))
+            results = self.interleaved({"limit": lambda: self.limit(direction, size, bare), "link": job},
+                                       size + 32 * MIB, [stored, bare], repeats(size))
             return (*map(statistics.median, zip(*results["link"].values())),
                     statistics.median(ratios(results["limit"], results["link"])))
 

@@ -28,8 +28,8 @@ class CWaker {
     void Set(long nanoseconds);
 
     // A timer rather than an event descriptor: Wake may meet a number that was closed a moment ago, or by
-    // a host that closes all it does not know. Should it be another file's by then, setting a timer fails,
-    // where a write would land in that file.
+    // a host that closes all it does not know. Should it be another file's by then, setting a timer fails
+    // (unless that is a timer too), where a write would land in that file.
     SharedWord m_timer{-1};
 };
 
