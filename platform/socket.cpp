@@ -27,8 +27,6 @@ bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
     if (!fd) {
         return false;
     }
-    const int on = 1;
-    setsockopt(fd.Get(), SOL_SOCKET, SO_BROADCAST, &on, sizeof on);
     if (!filter.empty()) {
         // The filter comes before the port: nothing unfiltered queues. Without it the receiver's own
         // test does the same, later.
