@@ -10,7 +10,6 @@
 #include <functional>
 
 #include "commands/file_record.h"
-#include "commands/guarded_judge.h"
 #include "commands/reply_words.h"
 #include "link/command_run.h"
 #include "link/tv_udp.h"
@@ -25,9 +24,8 @@ constexpr size_t kOffsetAt = 6;
 constexpr size_t kOffsetDigits = 8;
 constexpr size_t kTimeAt = 9;
 constexpr size_t kTimeSize = 8;
-constexpr size_t kHeadSize = 37;
+constexpr size_t kHeadSize = kPacketHead;
 constexpr char16_t kLastPacket = u'0';
-constexpr ExchangeRules kRules{kPaceGently, kPaceSteeply, false};
 
 // A panel may send so many packets in a row that hold no data and are not the last.
 constexpr int kMaxEmptyPackets = 1000;
@@ -115,45 +113,38 @@ class Staging {
     size_t m_staged = 0;
 };
 
-// Reads data packets; the last one read stands in Packet.
-class PacketJudge final : public GuardedJudge {
- public:
-    using GuardedJudge::GuardedJudge;
+std::span<const uint8_t> DataOf(const Reply& reply) {
+    return reply.Datagram().subspan(kHeadSize);
+}
 
-    const Reply& Packet() const { return m_packet; }
-    std::span<const uint8_t> PacketData() const { return Data(m_packet); }
+bool FitsPacket(const Reply& reply) {
+    return reply.Datagram().size() >= kHeadSize || IsNoCase(reply, kNak);
+}
 
-    // The parts that are read: marker, time, data.
-    uint64_t Key(const Reply& reply) const override {
-        const std::string_view bytes(reinterpret_cast<const char*>(reply.Datagram().data()),
-                                     reply.Datagram().size());
-        if (bytes.size() < kHeadSize) {
-            return Judge::Key(reply);
-        }
-        const std::hash<std::string_view> hash;
-        return hash(bytes.substr(kHeadSize)) * 31 + hash(bytes.substr(kTimeAt, kTimeSize)) * 7 +
-               static_cast<unsigned char>(bytes[kMarkerPosition]);
+// The parts that are read: marker, time, data.
+uint64_t PacketKey(const Reply& reply) {
+    if (reply.Datagram().size() < kHeadSize) {
+        return WholeKey(reply);
     }
+    const std::string_view bytes(reinterpret_cast<const char*>(reply.Datagram().data()),
+                                 reply.Datagram().size());
+    const std::hash<std::string_view> hash;
+    return hash(bytes.substr(kHeadSize)) * 31 + hash(bytes.substr(kTimeAt, kTimeSize)) * 7 +
+           static_cast<unsigned char>(bytes[kMarkerPosition]);
+}
 
- protected:
-    Verdict Read(const Reply& reply) override {
-        if (IsNoCase(reply, kNak)) {
-            return Verdict::Failed;
-        }
-        if (reply.Datagram().size() < kHeadSize) {
-            return Verdict::Again;
-        }
-        m_packet = reply;
-        return reply.Marker() ? Verdict::Done : Verdict::Unread;
-    }
-    std::span<const uint8_t> Data(const Reply& reply) const override {
-        const std::span<const uint8_t> bytes = reply.Datagram();
-        return bytes.subspan(std::min(kHeadSize, bytes.size()));
-    }
+constexpr ReplyKind kPackets{FitsPacket, PacketKey};
+constexpr ExchangeRules kRules{kPackets, kPaceGently, kPaceSteeply};
 
- private:
-    Reply m_packet;
-};
+Verdict JudgePacket(const Reply& reply) {
+    if (IsNoCase(reply, kNak)) {
+        return Verdict::Failed;
+    }
+    if (reply.Datagram().size() < kHeadSize) {
+        return Verdict::Again;
+    }
+    return reply.Marker() ? Verdict::Done : Verdict::Unread;
+}
 
 }  // namespace
 
@@ -175,22 +166,32 @@ bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<co
     }
 }
 
-int CTvUdp::CmdUP(const char16_t* remote, const char16_t* local, int async, int final) {
+int CTvUdp::CmdUP(const char16_t* remote, const char16_t* local, int async) {
     // Copies: the texts may be the slot's own, which the command overwrites.
     const std::u16string path = remote != nullptr ? remote : u"";
     const std::u16string destination = local != nullptr ? local : u"";
     if (const Head head = Enter(u"UP00000000", async, remote, local); head != Head::Run) {
         return head == Head::Posted ? 1 : 0;
     }
-    CommandRun run(*this, final);
+    CommandRun run(*this);
     CFolder folder;
     return run.End(folder.Open(destination) && FetchFile(path, folder) ? 1 : 0);
 }
 
 bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
-    const std::string name = WideCharToMultiByte(LastComponent(remote));
+    for (int tries = 0; tries < kMaxTransferTries; ++tries) {
+        if (const std::optional<bool> fetched = FetchOnce(remote, folder)) {
+            return *fetched;
+        }
+    }
+    return false;
+}
+
+std::optional<bool> CTvUdp::FetchOnce(std::u16string_view remote, const CFolder& folder) {
+    const std::u16string_view wideName = LastComponent(remote);
+    const std::string name = WideCharToMultiByte(wideName);
     const int header = BuildHeader();
-    if (!IsPlainName(name) || header == 0) {
+    if (!IsPlainName(wideName) || header == 0) {
         return false;
     }
     TempFile file(folder);
@@ -198,19 +199,22 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
     if (!file || !staging) {
         return false;
     }
-    PacketJudge judge(*this);
-    if (!judge.AwaitUnseen()) {
-        return false;
-    }
+    m_account.BeginTransfer();
+    const Judge judge = JudgePacket;
+    Reply reply;
     uint32_t offset = 0;
     int emptyPackets = 0;
     for (bool last = false; !last;) {
         WriteOffset(std::span(m_txBuf).subspan<kOffsetAt, kOffsetDigits>(), offset);
-        if (Exchange(header, kRules, judge) != Outcome::Done) {
+        const Outcome outcome = Exchange(header, kRules, judge, reply);
+        if (outcome == Outcome::Refused && m_account.MayBeOutOfStep()) {
+            return std::nullopt;
+        }
+        if (outcome != Outcome::Done) {
             return false;
         }
-        const std::span<const uint8_t> data = judge.PacketData();
-        last = judge.Packet().Marker() == kLastPacket;
+        const std::span<const uint8_t> data = DataOf(reply);
+        last = reply.Marker() == kLastPacket;
         emptyPackets = data.empty() ? emptyPackets + 1 : 0;
         const bool wraps = offset + data.size() > UINT32_MAX;
         if (wraps || emptyPackets > kMaxEmptyPackets || !staging.Add(data) ||
@@ -219,8 +223,11 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
         }
         offset += static_cast<uint32_t>(data.size());
     }
-    const FILETIME time = ReadTime(judge.Packet().Datagram().subspan<kTimeAt, kTimeSize>());
-    return judge.EndsInStep() && staging.Flush() && file.Become(name, time) && !Interrupted();
+    const FILETIME time = ReadTime(reply.Datagram().subspan<kTimeAt, kTimeSize>());
+    if (!EndsInStep()) {
+        return std::nullopt;
+    }
+    return staging.Flush() && file.Become(name, time) && !Interrupted();
 }
 
 }  // namespace brenholt

@@ -24,35 +24,7 @@ namespace {
 constexpr size_t kDigitAt = 6;
 constexpr size_t kMaxShortName = 255;
 constexpr uint64_t kMaxSize = 0x7FFFFFFF;
-constexpr ExchangeRules kRules{kPaceGently, kPaceGently, false};
-
-// Acknowledgements name their datagram by its digit, and digits come round. In the midst of a file
-// the panel notices what it has not got; behind the last datagram only an acknowledgement that
-// cannot be an old one will do: where it may be, the datagram is sent once more and the next one is
-// believed.
-class AckJudge final : public Judge {
- public:
-    AckJudge(StaleReplies& stale, const uint8_t& digit) : m_stale(stale), m_digit(digit) {}
-
-    void SetLast() { m_last = true; }
-
-    Verdict OnReply(const Reply& reply) override {
-        if (!reply.Bytes().starts_with(kAck) || reply.Marker() != m_digit) {
-            return Verdict::Again;
-        }
-        if (m_last && !m_doubted && m_stale.Expects(Key(reply))) {
-            m_doubted = true;
-            return Verdict::Unread;
-        }
-        return Verdict::Done;
-    }
-
- private:
-    StaleReplies& m_stale;
-    const uint8_t& m_digit;
-    bool m_last = false;
-    bool m_doubted = false;
-};
+constexpr ExchangeRules kRules{kWord, kPaceGently, kPaceGently};
 
 }  // namespace
 
@@ -81,7 +53,7 @@ int CTvUdp::CmdDL(const char16_t* local, const char16_t* remote, int async) {
     if (const Head head = Enter(u"DL0", async, remote, local); head != Head::Run) {
         return head == Head::Posted ? 1 : 0;
     }
-    CommandRun run(*this, 1);
+    CommandRun run(*this);
     const std::optional<CFileStatus> file = GetStatus(local != nullptr ? local : u"");
     return run.End(file && file->m_size <= kMaxSize && SendFile(*file) ? 1 : 0);
 }
@@ -106,7 +78,12 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     std::fill(std::copy(name.begin(), name.end(), area),
               m_txBuf.begin() + static_cast<ptrdiff_t>(prefix), uint8_t{0});
 
-    AckJudge judge(m_stale, m_txBuf[kDigitAt]);
+    const Judge judge = [this](const Reply& reply) {
+        const bool acknowledged =
+            reply.Bytes().starts_with(kAck) && reply.Marker() == m_txBuf[kDigitAt];
+        return acknowledged ? Verdict::Done : Verdict::Again;
+    };
+    Reply reply;
     const auto room = static_cast<size_t>(std::min<uint64_t>(file.m_size, kTransferBlock));
     const MemoryBlock memory = AllocateBlock(room);
     if (!memory) {
@@ -125,10 +102,8 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
                 rest.first(std::min(kMaxDatagram - prefix, rest.size()));
             rest = rest.subspan(slice.size());
             std::copy(slice.begin(), slice.end(), m_txBuf.begin() + static_cast<ptrdiff_t>(prefix));
-            if (rest.empty() && offset == file.m_size) {
-                judge.SetLast();
-            }
-            if (Exchange(static_cast<int>(prefix + slice.size()), kRules, judge) != Outcome::Done ||
+            if (Exchange(static_cast<int>(prefix + slice.size()), kRules, judge, reply) !=
+                    Outcome::Done ||
                 Interrupted()) {
                 return false;
             }

@@ -35,13 +35,13 @@ std::u16string NormalFolder(std::u16string_view path) {
 
 }  // namespace
 
-int CTvUdp::CmdGF(const char16_t* remote, const char16_t* local, int async, int final) {
+int CTvUdp::CmdGF(const char16_t* remote, const char16_t* local, int async) {
     const std::u16string source = remote != nullptr ? remote : u"";
     const std::u16string destination = local != nullptr ? local : u"";
     if (const Head head = Enter(u"GF", async, remote, local); head != Head::Run) {
         return head == Head::Posted ? 1 : 0;
     }
-    CommandRun run(*this, final);
+    CommandRun run(*this);
     CFolder folder;
     folder.Open(NormalFolder(destination));
     int foldersLeft = kMaxFolders;
@@ -69,14 +69,14 @@ bool CTvUdp::WalkFolder(const std::u16string& remote, const std::u16string& loca
     const std::u16string destination = NormalFolder(local);
     for (int i = 0; i < listing.Count() && !Stopping(); ++i) {
         const std::string name = entries[static_cast<size_t>(i)].szName;
+        const std::u16string wideName = WidenName(name);
         if (name == "." || name == "..") {
             continue;
         }
-        if (!IsPlainName(name)) {
+        if (!IsPlainName(wideName)) {
             allOk = false;
             continue;
         }
-        const std::u16string wideName = WidenName(name);
         const std::u16string child = source + wideName;
         if ((entries[static_cast<size_t>(i)].dwAttributes & kDirectory) != 0) {
             const std::u16string childLocal = destination + wideName;

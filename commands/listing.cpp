@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "commands/file_record.h"
-#include "commands/guarded_judge.h"
 #include "commands/listing.h"
 #include "commands/reply_words.h"
 #include "link/command_run.h"
@@ -17,7 +16,12 @@ namespace {
 constexpr size_t kTokenDigitAt = 2;
 constexpr size_t kCountAt = 5;
 constexpr size_t kRecordsAt = 6;
-constexpr ExchangeRules kRules{kPaceGently, kPaceKept, false};
+constexpr ReplyKind kPages{[](const Reply& reply) {
+                               return reply.Datagram().size() >= kRecordsAt ||
+                                      IsNoCase(reply, kNak);
+                           },
+                           WholeKey};
+constexpr ExchangeRules kRules{kPages, kPaceGently};
 
 // Pages that bring nothing, or nothing that the caller has room for: a panel may promise so many
 // more.
@@ -48,35 +52,18 @@ std::optional<Page> ReadPage(const Reply& reply) {
                 RecordWalk(datagram.subspan(kRecordsAt))};
 }
 
-// The last page read stands in LastPage. Pages are never alike by nature: no data is told.
-class PageJudge final : public GuardedJudge {
- public:
-    using GuardedJudge::GuardedJudge;
-    const Reply& LastPage() const { return m_page; }
-
- protected:
-    Verdict Read(const Reply& reply) override {
-        m_page = reply;
-        return IsNoCase(reply, kNak) ? Verdict::Failed : Verdict::Done;
-    }
-    std::span<const uint8_t> Data(const Reply&) const override { return {}; }
-
- private:
-    Reply m_page;
-};
-
-// Whether every record lies inside the page. What there is no room for is dropped.
+// False when a record that there is room for does not lie inside the page.
 bool TakeRecords(Page& page, int maxEntries, PanelDirEntry* entries, Listing& listing) {
     for (int i = 0; i < page.records; ++i) {
+        if (listing.count >= maxEntries) {
+            listing.end = Listing::Cut;
+            break;
+        }
         const std::optional<RecordWalk::Entry> entry = page.walk.Next();
         if (!entry) {
             return false;
         }
-        if (listing.count < maxEntries) {
-            Fill(entries[listing.count++], *entry);
-        } else {
-            listing.end = Listing::Cut;
-        }
+        Fill(entries[listing.count++], *entry);
     }
     return true;
 }
@@ -84,19 +71,30 @@ bool TakeRecords(Page& page, int maxEntries, PanelDirEntry* entries, Listing& li
 }  // namespace
 
 Listing CTvUdp::ListFolder(int maxEntries, PanelDirEntry* entries) {
+    Listing listing{.end = Listing::OutOfStep};
+    for (int tries = 0; tries < kMaxTransferTries && listing.end == Listing::OutOfStep; ++tries) {
+        listing = ListOnce(maxEntries, entries);
+    }
+    return listing;
+}
+
+Listing CTvUdp::ListOnce(int maxEntries, PanelDirEntry* entries) {
     Listing listing;
     int idlePages = 0;
-    PageJudge judge(*this);
-    if (!judge.AwaitUnseen()) {
-        listing.end = Listing::Unanswered;
-        return listing;
-    }
+    SetTokenDigit([](char16_t) { return u'0'; });
+    const Judge judge = [](const Reply& reply) {
+        return IsNoCase(reply, kNak) ? Verdict::Failed : Verdict::Done;
+    };
+    Reply reply;
+    m_account.BeginTransfer();
     for (bool more = true; more;) {
-        if (Exchange(-1, kRules, judge) != Outcome::Done || Interrupted()) {
-            listing.end = Listing::Unanswered;
+        const Outcome outcome = Exchange(-1, kRules, judge, reply);
+        if (outcome != Outcome::Done || Interrupted()) {
+            const bool outOfStep = outcome == Outcome::Refused && m_account.MayBeOutOfStep();
+            listing.end = outOfStep ? Listing::OutOfStep : Listing::Unanswered;
             return listing;
         }
-        std::optional<Page> page = ReadPage(judge.LastPage());
+        std::optional<Page> page = ReadPage(reply);
         if (!page) {
             listing.end = Listing::Malformed;
             return listing;
@@ -115,20 +113,29 @@ Listing CTvUdp::ListFolder(int maxEntries, PanelDirEntry* entries) {
             return listing;
         }
         if (!wasFull) {
-            const CSingleLock lock(m_lock);
-            char16_t& digit = m_slot.m_strCmd[kTokenDigitAt];
-            digit = NextDigit(digit);
+            SetTokenDigit(NextDigit<char16_t>);
         }
+    }
+    if (!EndsInStep()) {
+        listing.end = Listing::OutOfStep;
     }
     return listing;
 }
 
-int CTvUdp::CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async,
-                  int final) {
+void CTvUdp::SetTokenDigit(char16_t (*next)(char16_t)) {
+    const CSingleLock lock(m_lock);
+    // A host that posts over a running listing has put another token there.
+    if (m_slot.m_strCmd.size() > kTokenDigitAt) {
+        char16_t& digit = m_slot.m_strCmd[kTokenDigitAt];
+        digit = next(digit);
+    }
+}
+
+int CTvUdp::CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async) {
     if (Enter(u"DR0", async, folder, nullptr, maxEntries, entries) != Head::Run) {
         return 0;
     }
-    CommandRun run(*this, final);
+    CommandRun run(*this);
     if (entries == nullptr && maxEntries > 0) {
         return run.End(0);
     }

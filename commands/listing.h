@@ -10,6 +10,7 @@ struct Listing {
         Cut,         // the folder has more entries than there was room for
         Unanswered,  // refused, silent or cancelled
         Malformed,   // the panel broke the rules of a page
+        OutOfStep,   // pages did not answer the requests that they came for
     };
 
     int count = 0;  // entries written, also when the listing failed later

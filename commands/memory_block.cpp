@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kDigitAt = 6;
 constexpr size_t kMarkAt = 7;
-constexpr ExchangeRules kRules{kPaceSteeply, kPaceSteeply, true};
+constexpr ExchangeRules kRules{kWord, kPaceSteeply, kPaceSteeply, true};
 
 }  // namespace
 
@@ -22,13 +22,15 @@ int CTvUdp::CmdML(const uint8_t* block, int length, const char16_t* text, int as
     if (head != Head::Run) {
         return head == Head::Posted ? 1 : 0;
     }
-    CommandRun run(*this, 1);
+    CommandRun run(*this);
     const auto header = static_cast<size_t>(BuildHeader());
     if (header == 0 || (block == nullptr && length > 0)) {
         return run.End(0);
     }
-    ReplyJudge judge(
-        [](const Reply& reply) { return IsNoCase(reply, kAck) ? Verdict::Done : Verdict::Again; });
+    const Judge judge = [](const Reply& reply) {
+        return IsNoCase(reply, kAck) ? Verdict::Done : Verdict::Again;
+    };
+    Reply reply;
     std::span<const uint8_t> rest(block, static_cast<size_t>(std::max(length, 0)));
     while (!rest.empty()) {
         const std::span<const uint8_t> slice =
@@ -38,7 +40,8 @@ int CTvUdp::CmdML(const uint8_t* block, int length, const char16_t* text, int as
         if (rest.empty()) {
             m_txBuf[kMarkAt] = '-';
         }
-        if (Exchange(static_cast<int>(header + slice.size()), kRules, judge) != Outcome::Done ||
+        if (Exchange(static_cast<int>(header + slice.size()), kRules, judge, reply) !=
+                Outcome::Done ||
             Interrupted()) {
             return run.End(0);
         }

@@ -63,22 +63,27 @@ int CTvUdp::CmdVS(uint16_t* a, uint16_t* b, uint16_t* c, int async) {
     if (const Head head = Enter(u"VS", async, nullptr, nullptr, 0, a, b, c); head != Head::Run) {
         return head == Head::Posted ? 1 : 0;
     }
-    CommandRun run(*this, 1);
-    ReplyJudge judge([words = std::array{a, b, c}](const Reply& reply) {
-        const std::u16string text = reply.Text();
-        if (Is(reply, kNak) || text.size() < kVersionReplyChars) {
-            return Verdict::Failed;
+    CommandRun run(*this);
+    Reply reply;
+    const Outcome outcome = Exchange(
+        -1, {kText},
+        [](const Reply& r) {
+            return Is(r, kNak) || r.Text().size() < kVersionReplyChars ? Verdict::Failed
+                                                                       : Verdict::Done;
+        },
+        reply);
+    if (outcome != Outcome::Done) {
+        return run.End(0);
+    }
+    const std::u16string text = reply.Text();
+    size_t at = kFirstWord;
+    for (uint16_t* word : {a, b, c}) {
+        if (word != nullptr) {
+            *word = static_cast<uint16_t>(wcstoul(text.substr(at, kWordChars), 16));
         }
-        size_t at = kFirstWord;
-        for (uint16_t* word : words) {
-            if (word != nullptr) {
-                *word = static_cast<uint16_t>(wcstoul(text.substr(at, kWordChars), 16));
-            }
-            at += kWordChars;
-        }
-        return Verdict::Done;
-    });
-    return run.End(Exchange(-1, {}, judge) == Outcome::Done ? 1 : 0);
+        at += kWordChars;
+    }
+    return run.End(1);
 }
 
 int CTvUdp::CmdIP(const char16_t* address, int /*async*/, std::u16string& project,
@@ -89,26 +94,31 @@ int CTvUdp::CmdIP(const char16_t* address, int /*async*/, std::u16string& projec
     // The caller's address may be the target's own text.
     const std::u16string asked(address);
     BeginCommand(u"IP", 0, u"", nullptr, 0, nullptr, nullptr, nullptr);
-    CommandRun run(*this, 1);
+    CommandRun run(*this);
     const TargetOnLoan loan(*this, asked);
-    ReplyJudge judge([&](const Reply& reply) {
-        const std::u16string text = reply.Text();
-        if (Is(reply, kNak) || text.size() < kProjectAt) {
-            return Verdict::Failed;
-        }
-        if (!text.starts_with(u"IP")) {
-            return Verdict::Again;
-        }
-        const std::u16string kind = text.substr(kKindAt, kKindChars);
-        if (kind != u"ARM" && kind != u"X86") {
-            return Verdict::Failed;
-        }
-        *cpu = kind == u"ARM" ? kCpuArm : kCpuX86;
-        *version = static_cast<uint16_t>(wcstoul(text.substr(kVersionAt, kWordChars), 10));
-        project = text.substr(kProjectAt);
-        return Verdict::Done;
-    });
-    return run.End(Exchange(-1, {}, judge) == Outcome::Done ? 1 : 0);
+    Reply reply;
+    const Outcome outcome = Exchange(
+        -1, {kText},
+        [](const Reply& r) {
+            const std::u16string text = r.Text();
+            if (Is(r, kNak) || text.size() < kProjectAt) {
+                return Verdict::Failed;
+            }
+            if (!text.starts_with(u"IP")) {
+                return Verdict::Again;
+            }
+            const std::u16string kind = text.substr(kKindAt, kKindChars);
+            return kind == u"ARM" || kind == u"X86" ? Verdict::Done : Verdict::Failed;
+        },
+        reply);
+    if (outcome != Outcome::Done) {
+        return run.End(0);
+    }
+    const std::u16string text = reply.Text();
+    *cpu = text[kKindAt] == u'A' ? kCpuArm : kCpuX86;
+    *version = static_cast<uint16_t>(wcstoul(text.substr(kVersionAt, kWordChars), 10));
+    project = text.substr(kProjectAt);
+    return run.End(1);
 }
 
 }  // namespace brenholt

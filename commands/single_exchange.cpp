@@ -9,11 +9,15 @@ int CTvUdp::RunText(std::u16string_view token, const char16_t* arg, int async, b
     if (const Head head = Enter(token, async, arg); head != Head::Run) {
         return head == Head::Posted ? 1 : 0;
     }
-    CommandRun run(*this, 1);
-    ReplyJudge judge([needsAck](const Reply& reply) {
-        return !needsAck || Is(reply, kAck) ? Verdict::Done : Verdict::Failed;
-    });
-    return run.End(Exchange(-1, {}, judge) == Outcome::Done ? 1 : 0);
+    CommandRun run(*this);
+    Reply reply;
+    const Outcome outcome = Exchange(
+        -1, {kWordOnce},
+        [needsAck](const Reply& r) {
+            return !needsAck || Is(r, kAck) ? Verdict::Done : Verdict::Failed;
+        },
+        reply);
+    return run.End(outcome == Outcome::Done ? 1 : 0);
 }
 
 int CTvUdp::CmdTM(int async) {

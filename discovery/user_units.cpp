@@ -12,13 +12,8 @@
 namespace brenholt {
 namespace {
 
-constexpr std::u16string_view kUserFile = u"UserTavrinIp.ipc";
-
-// Worked out anew each time: the file moves with the current directory. Empty when there is none.
-std::string UserFilePath() {
-    const auto folder = GetCurrentDirectoryW();
-    return folder ? DiskPath(FolderPath(*folder).append(kUserFile)) : std::string();
-}
+// In the current directory, whichever that is.
+const std::string kUserFile = "UserTavrinIp.ipc";
 
 std::string_view AsBytes(std::span<const uint8_t> data) {
     return {reinterpret_cast<const char*>(data.data()), data.size()};
@@ -52,15 +47,22 @@ int CTvUdp::AddUserUnit(const CTavrinUnit* unit) {
     if (unit == nullptr) {
         return -1;
     }
-    const auto isSame = [unit](const auto& entry) { return entry->m_strIp == unit->m_strIp; };
+    const int count = KeepUserUnit(*unit);
+    if (count > 0) {
+        SaveUserUnits();
+    }
+    return count;
+}
+
+int CTvUdp::KeepUserUnit(const CTavrinUnit& unit) {
+    const auto isSame = [&unit](const auto& entry) { return entry->m_strIp == unit.m_strIp; };
     if (std::any_of(m_listUserUnits.begin(), m_listUserUnits.end(), isSame)) {
         return 0;
     }
-    auto added = std::make_unique<CTavrinUnit>(unit->m_strIp, unit->m_nPort);
-    added->m_nCpu = unit->m_nCpu;
-    added->m_nVersion = unit->m_nVersion;
+    auto added = std::make_unique<CTavrinUnit>(unit.m_strIp, unit.m_nPort);
+    added->m_nCpu = unit.m_nCpu;
+    added->m_nVersion = unit.m_nVersion;
     m_listUserUnits.push_back(std::move(added));
-    SaveUserUnits();
     return static_cast<int>(m_listUserUnits.size());
 }
 
@@ -78,14 +80,12 @@ int CTvUdp::RemoveUserUnit(const char16_t* ip) {
 int CTvUdp::LoadUserUnits() {
     m_listUserUnits.clear();
     CFile file;
-    if (!file.Open(UserFilePath(), CFile::modeRead)) {
+    if (!file.Open(kUserFile, CFile::modeRead)) {
         return 0;
     }
     try {
-        // The saves that AddUserUnit makes meanwhile find the file taken: a load never changes it.
         ForEachLine(file, [this](const std::u16string& line) {
-            const CTavrinUnit unit(line, kUserUnitPort);
-            AddUserUnit(&unit);
+            KeepUserUnit(CTavrinUnit(line, kUserUnitPort));
         });
         file.Close();
     } catch (const CFileException&) {
@@ -100,7 +100,7 @@ int CTvUdp::SaveUserUnits() {
         return 0;
     }
     CFile file;
-    if (!file.Open(UserFilePath(), CFile::modeCreate)) {
+    if (!file.Open(kUserFile, CFile::modeCreate)) {
         return 0;
     }
     try {

@@ -9,7 +9,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     folder.Clear();
     FuzzInput input(data, size);
     FuzzedPanel panel(input);
-    panel.link.CmdGF(u"p", folder.Text().c_str(), 0, 1);
+    panel.link.CmdGF(u"p", folder.Text().c_str(), 0);
     folder.Check();
     return 0;
 }

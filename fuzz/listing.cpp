@@ -12,7 +12,7 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     FuzzedPanel panel(input);
     std::vector<PanelDirEntry> entries(static_cast<size_t>(room) + 1);
     std::memset(entries.data(), 'x', entries.size() * sizeof(PanelDirEntry));
-    const int count = panel.link.CmdDR(u"folder", room, entries.data(), 0, 1);
+    const int count = panel.link.CmdDR(u"folder", room, entries.data(), 0);
     Require(count >= 0 && count <= room, "no more entries than there is room for");
     for (int i = 0; i < count; ++i) {
         const char(&name)[260] = entries[static_cast<size_t>(i)].szName;

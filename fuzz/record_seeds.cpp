@@ -86,13 +86,13 @@ void Recorder::RecordAll() const {
         std::vector<PanelDirEntry> entries(100);
         const std::string name = "list-" + std::string(folder.begin(), folder.end());
         Record("listing", name, {15},
-               [&](CTvUdp& link) { link.CmdDR(folder.c_str(), 100, entries.data(), 0, 1); });
+               [&](CTvUdp& link) { link.CmdDR(folder.c_str(), 100, entries.data(), 0); });
         Record("folder", name, {},
-               [&](CTvUdp& link) { link.CmdGF(folder.c_str(), to.c_str(), 0, 1); });
+               [&](CTvUdp& link) { link.CmdGF(folder.c_str(), to.c_str(), 0); });
     }
     for (const std::u16string file : {u"f", u"empty", u"none"}) {
         Record("fetch", std::string(file.begin(), file.end()), {0},
-               [&](CTvUdp& link) { link.CmdUP(file.c_str(), to.c_str(), 0, 1); });
+               [&](CTvUdp& link) { link.CmdUP(file.c_str(), to.c_str(), 0); });
     }
     for (const std::u16string file : {u"short", u"long"}) {
         const int hundreds = file == u"short" ? 10 : 59;

@@ -17,7 +17,7 @@ void CheckNames(const std::string& bytes) {
             "composed text survives the way in and out");
     const std::string disk = DiskPath(text);
     Require(disk.find('\\') == std::string::npos, "the disk's separator is /");
-    if (IsPlainName(bytes)) {
+    if (IsPlainName(WidenName(bytes))) {
         Require(LastComponent(WidenName(bytes)) == WidenName(bytes) &&
                     DiskPath(WidenName(bytes)) == bytes,
                 "a plain name is one component");

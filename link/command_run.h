@@ -7,22 +7,18 @@
 namespace brenholt {
 
 // Lives for the length of a command's run and ends the command on every way out, once: with the
-// value given to End, or 0. With `final` 0 the caller's run ends it.
+// value given to End, or 0.
 class CommandRun {
  public:
-    CommandRun(CTvUdp& link, int final) : m_link(final != 0 ? &link : nullptr) {}
-    ~CommandRun() {
-        if (m_link != nullptr) {
-            m_link->EndCommand(m_result);
-        }
-    }
+    explicit CommandRun(CTvUdp& link) : m_link(link) { link.m_account.BeginTransfer(); }
+    ~CommandRun() { m_link.EndCommand(m_result); }
     CommandRun(const CommandRun&) = delete;
     CommandRun& operator=(const CommandRun&) = delete;
 
     int End(int result) { return m_result = result; }
 
  private:
-    CTvUdp* m_link;
+    CTvUdp& m_link;
     int m_result = 0;
 };
 

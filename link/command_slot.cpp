@@ -24,7 +24,7 @@ constexpr std::array<Handler, 13> kHandlers{{
     {u"CL", [](CTvUdp& link, const CommandSlot& s) { return link.CmdCL(s.m_strArg1.c_str(), 0); }},
     {u"DR0",
      [](CTvUdp& link, const CommandSlot& s) {
-         return link.CmdDR(s.m_strArg1.c_str(), s.m_nArg, Pointer<PanelDirEntry>(s.m_pArg1), 0, 1);
+         return link.CmdDR(s.m_strArg1.c_str(), s.m_nArg, Pointer<PanelDirEntry>(s.m_pArg1), 0);
      }},
     {u"DL0",
      [](CTvUdp& link, const CommandSlot& s) {
@@ -33,7 +33,7 @@ constexpr std::array<Handler, 13> kHandlers{{
     {u"RM", [](CTvUdp& link, const CommandSlot& s) { return link.CmdRM(s.m_strArg1.c_str(), 0); }},
     {u"UP00000000",
      [](CTvUdp& link, const CommandSlot& s) {
-         return link.CmdUP(s.m_strArg1.c_str(), s.m_strArg2.c_str(), 0, 1);
+         return link.CmdUP(s.m_strArg1.c_str(), s.m_strArg2.c_str(), 0);
      }},
     {u"FF",
      [](CTvUdp& link, const CommandSlot& s) { return link.CmdFile(s.m_strArg1.c_str(), 1, 0); }},
@@ -51,7 +51,7 @@ constexpr std::array<Handler, 13> kHandlers{{
      }},
     {u"GF",
      [](CTvUdp& link, const CommandSlot& s) {
-         return link.CmdGF(s.m_strArg1.c_str(), s.m_strArg2.c_str(), 0, 1);
+         return link.CmdGF(s.m_strArg1.c_str(), s.m_strArg2.c_str(), 0);
      }},
 }};
 

@@ -5,7 +5,6 @@
 #include "link/exchange.h"
 
 #include <algorithm>
-#include <functional>
 
 #include "link/tv_udp.h"
 #include "platform/clock.h"
@@ -15,12 +14,6 @@ namespace brenholt {
 
 SharedWord g_bInRecv{0};
 
-uint64_t Judge::Key(const Reply& reply) const {
-    const std::span<const uint8_t> bytes = reply.Datagram();
-    return std::hash<std::string_view>{}(
-        {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
-}
-
 namespace {
 
 constexpr std::string_view kPrefix = "Cmd=";
@@ -28,13 +21,7 @@ constexpr size_t kMaxHeaderText = 255;  // bytes, of token and of argument
 
 // A cancel interrupts the wait. It is looked for this often besides, should there have been no
 // descriptor left to interrupt it by.
-constexpr uint32_t kWaitSliceMs = 10;
-// The tick that ends the wait may come at any time within the last millisecond.
-constexpr uint32_t kLastSliceUs = 250;
-
-uint32_t SliceUs(uint32_t leftMs) {
-    return leftMs > 1 ? std::min(leftMs - 1, kWaitSliceMs) * 1000 : leftMs * kLastSliceUs;
-}
+constexpr uint64_t kWaitSliceUs = 10'000;
 
 class InRecv {
  public:
@@ -64,23 +51,20 @@ int CTvUdp::BuildHeader() {
     return static_cast<int>(end - m_txBuf.begin());
 }
 
-bool CTvUdp::SendPacket(int length) {
+int CTvUdp::SendPacket(int length) {
     const Route route = m_strTargetIp.GetRoute();
-    if (!route.sendable) {
-        return false;
-    }
-    if (length < 0) {
+    if (route.sendable && length < 0) {
         length = BuildHeader();
     }
-    if (length == 0) {
-        return false;
+    if (!route.sendable || length == 0) {
+        return 0;
     }
     sockaddr_in to{};
     to.sin_family = AF_INET;
     to.sin_port = htons(kPanelPort);
     to.sin_addr.s_addr = route.address;
     SendTo(std::span(m_txBuf).first(static_cast<size_t>(length)), to);
-    return true;
+    return length;
 }
 
 void CTvUdp::Cancel() {
@@ -88,14 +72,18 @@ void CTvUdp::Cancel() {
     Interrupt();
 }
 
-int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
+int CTvUdp::RecvReply(Reply& reply, uint64_t untilUs) {
     reply = Reply();
     const InRecv inRecv;
-    while (m_bCancel == 0) {
-        const uint32_t waited = GetTickCount() - start;
+    uint64_t now = GetMicroseconds();
+    do {
+        if (Interrupted()) {
+            return 0;
+        }
+        const auto waitUs =
+            static_cast<uint32_t>(std::min(untilUs > now ? untilUs - now : 0, kWaitSliceUs));
         sockaddr_in from{};
-        const uint32_t leftMs = waited <= timeoutMs ? timeoutMs - waited + 1 : 0;
-        const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from, SliceUs(leftMs));
+        const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from, waitUs);
         if (n >= 0) {
             const Route target = m_strTargetIp.GetRoute();
             const bool fromTarget = target.answerable && from.sin_addr.s_addr == target.address;
@@ -111,79 +99,81 @@ int CTvUdp::RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs) {
                 return 0;
             }
         }
-        if (GetTickCount() - start > timeoutMs) {
-            return 0;
-        }
-    }
+        now = GetMicroseconds();
+    } while (now < untilUs);
     return 0;
 }
 
-Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, Judge& judge) {
-    // Sends that brought nothing: told to the next exchange however this one ends, by an exception
-    // too.
-    struct Unanswered {
-        CTvUdp& link;
-        int count = 0;
-        uint32_t start = 0;
-        ~Unanswered() {
-            if (count > 0) {
-                link.m_stale.GivenUp(count, start, link.StaleLifetimeMs());
+std::optional<Verdict> CTvUdp::Attempt(int length, const Judge& judge, Reply& reply) {
+    auto doubt = ReplyAccount::Doubt::SendAgain;
+    while (doubt == ReplyAccount::Doubt::SendAgain) {
+        const int sent = SendPacket(length);
+        if (sent == 0) {
+            return Verdict::Failed;
+        }
+        m_account.Sent(std::span(m_txBuf).first(static_cast<size_t>(sent)));
+        const uint64_t endUs = GetMicroseconds() + TimeoutUs() + 1;
+        doubt = ReplyAccount::Doubt::WaitOn;
+        while (doubt == ReplyAccount::Doubt::WaitOn) {
+            const uint64_t untilUs = std::min(m_account.SettleAt().value_or(endUs), endUs);
+            if (GetMicroseconds() < untilUs && RecvReply(reply, untilUs) != 0) {
+                const Verdict verdict = judge(reply);
+                if (m_account.Believes(reply,
+                                       verdict == Verdict::Done || verdict == Verdict::Failed)) {
+                    return verdict;
+                }
+            } else if (Interrupted() || !m_account.SettleAt()) {
+                return std::nullopt;
+            } else {
+                doubt = m_account.Settle();
             }
         }
-    } silent{*this};
-    for (int attempt = 0; attempt < m_nRetries && !Interrupted();) {
+    }
+    reply = m_account.Kept();
+    return judge(reply);
+}
+
+Outcome CTvUdp::Exchange(int length, const ExchangeRules& rules, const Judge& judge, Reply& reply) {
+    // Ends in the account on every way out, an exception's too.
+    struct Request {
+        ReplyAccount& account;
+        const Reply* answer = nullptr;
+        ~Request() { account.End(answer); }
+    } request{m_account};
+    m_account.Begin(m_strTargetIp.GetRoute().address, rules.replies, TimeoutUs());
+    for (int attempt = 0; attempt < m_nRetries && !Interrupted(); ++attempt) {
         if (rules.paced) {
             Sleep(static_cast<uint32_t>(m_nPaceMs.load()));
         }
-        if (!SendPacket(length)) {
-            return Outcome::Failed;
-        }
-        const uint32_t start = GetTickCount();
-        silent.start = start;
-        ++silent.count;
-        judge.OnSend(attempt);
-        const auto timeout = static_cast<uint32_t>(m_nTimeoutMs.load());
-        Reply reply;
-        Verdict verdict = Verdict::Wait;
-        while (verdict == Verdict::Wait &&
-               RecvReply(reply, start, judge.WaitMs(start, timeout)) != 0) {
-            verdict = judge.OnReply(reply);
-        }
-        PaceRule rule = rules.onAgain;
-        if (verdict == Verdict::Wait) {
-            rule = rules.onSilence;
-            verdict = Interrupted() ? Verdict::Again : judge.OnSilence(reply);
-        } else {
-            --silent.count;
-        }
+        const std::optional<Verdict> verdict = Attempt(length, judge, reply);
         if (verdict == Verdict::Done || verdict == Verdict::Failed) {
-            // Of the earlier sends, also those whose answer was no use: it may have been another's.
-            const uint32_t answerMs = GetTickCount() - start;
-            if (attempt == 0) {
-                m_nAnswerMsX8 += answerMs - m_nAnswerMsX8 / 8;
-            } else {
-                NoteSettledLate(judge.Key(reply), attempt, answerMs);
-            }
-            silent.count = 0;
-            return verdict == Verdict::Done ? Outcome::Done : Outcome::Failed;
+            request.answer = &reply;
+            return verdict == Verdict::Done ? Outcome::Done : Outcome::Refused;
         }
-        ++attempt;
-        if (verdict == Verdict::Again) {
-            RaisePace(rule);
+        if (verdict != Verdict::Unread) {
+            RaisePace(verdict ? rules.onAgain : rules.onSilence);
         }
     }
     return Outcome::Failed;
 }
 
-void CTvUdp::NoteSettledLate(uint64_t key, int resends, uint32_t answerMs) {
-    constexpr uint32_t kPromptFactor = 4;
-    constexpr uint32_t kPromptSlackMs = 5;
-    const bool prompt = answerMs <= kPromptFactor * AnswerMs() + kPromptSlackMs;
-    m_stale.Settled(key, resends, prompt, StaleLifetimeMs());
+bool CTvUdp::EndsInStep() {
+    Reply reply;
+    while (m_account.MayBeOutOfStep() && RecvReply(reply, m_account.ListenUntil()) != 0) {
+        if (m_account.IsStray(reply)) {
+            return false;
+        }
+    }
+    return true;
 }
 
-uint32_t CTvUdp::StaleLifetimeMs() const {
-    return 3 * static_cast<uint32_t>(m_nTimeoutMs.load());
+void CTvUdp::AwaitOwed() {
+    m_bStopAtBegin = 1;
+    const uint64_t untilUs = std::min(m_account.OwedUntil(), GetMicroseconds() + TimeoutUs());
+    Reply ignored;
+    while (GetMicroseconds() < untilUs && m_bCancel == 0) {
+        RecvReply(ignored, untilUs);
+    }
 }
 
 void CTvUdp::RaisePace(PaceRule rule) {

@@ -6,9 +6,9 @@
 #define BRENHOLT_LINK_EXCHANGE_H
 
 #include <cstdint>
-#include <utility>
+#include <functional>
 
-#include "link/reply.h"
+#include "link/reply_account.h"
 
 namespace brenholt {
 
@@ -18,10 +18,16 @@ enum class Verdict {
     Failed,  // the command is refused; no further attempt
     Again,   // the attempt counts as failed; the datagram is sent again
     Unread,  // as Again, but the pace stays
-    Wait,    // not the answer to this request; the attempt waits on, from the same start
 };
 
-enum class Outcome { Failed, Done };
+// Looks at a reply and changes nothing: a reply may be judged and then not believed.
+using Judge = std::function<Verdict(const Reply&)>;
+
+enum class Outcome {
+    Failed,   // no usable answer, or cancelled
+    Refused,  // the judge failed the command, or nothing could be sent
+    Done,
+};
 
 // When an attempt fails, m_nPaceMs grows by `step` if it is below `below`. It is never lowered.
 struct PaceRule {
@@ -32,37 +38,14 @@ inline constexpr PaceRule kPaceKept{0, 0};
 inline constexpr PaceRule kPaceGently{3, 1};
 inline constexpr PaceRule kPaceSteeply{4, 2};
 
+// A transfer is begun anew so often, in all, when its replies were out of step with its requests.
+inline constexpr int kMaxTransferTries = 4;
+
 struct ExchangeRules {
+    const ReplyKind& replies;
     PaceRule onSilence = kPaceKept;  // no reply
     PaceRule onAgain = kPaceKept;    // a reply that the judge sent back
     bool paced = false;              // sleeps m_nPaceMs before each send
-};
-
-class Judge {
- public:
-    virtual ~Judge() = default;
-    // The datagram goes out, for the `attempt`th time counted from 0.
-    virtual void OnSend(int /*attempt*/) {}
-    virtual Verdict OnReply(const Reply& reply) = 0;
-    // How long the attempt that began at tick `start` waits for a (further) reply, counted from its
-    // start.
-    virtual uint32_t WaitMs(uint32_t /*start*/, uint32_t timeoutMs) { return timeoutMs; }
-    // The attempt ended without an answer. Done or Failed settles it by a reply that was held back,
-    // given in `held`; Again counts it as failed.
-    virtual Verdict OnSilence(Reply& /*held*/) { return Verdict::Again; }
-    // What tells one reply from another.
-    virtual uint64_t Key(const Reply& reply) const;
-};
-
-// A judge that looks at replies only: any callable from Reply to Verdict.
-template <class Callable>
-class ReplyJudge final : public Judge {
- public:
-    explicit ReplyJudge(Callable callable) : m_callable(std::move(callable)) {}
-    Verdict OnReply(const Reply& reply) override { return m_callable(reply); }
-
- private:
-    Callable m_callable;
 };
 
 // The packet counter of a transfer, as a digit: 0, 1 to 9, 1 again. '0' marks the first packet

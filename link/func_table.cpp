@@ -1,5 +1,7 @@
 // The exported table: every entry point forwards to the link, reads a word of it, or asks for a
 // cancel. Nothing that is thrown inside leaves here: it is a failure, 0.
+#include <dlfcn.h>
+
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
 
@@ -47,13 +49,13 @@ int32_t FnCmdTM() {
     return Guarded([] { return g_link.CmdTM(Mode()); });
 }
 int32_t FnCmdGF(const char16_t* remoteFolder, const char16_t* localFolder) {
-    return Guarded([=] { return g_link.CmdGF(remoteFolder, localFolder, Mode(), 1); });
+    return Guarded([=] { return g_link.CmdGF(remoteFolder, localFolder, Mode()); });
 }
 int32_t FnCmdCL(const char16_t* text) {
     return Guarded([=] { return g_link.CmdCL(text, Mode()); });
 }
 int32_t FnCmdDR(const char16_t* folder, int32_t maxEntries, PanelDirEntry* entries) {
-    return Guarded([=] { return g_link.CmdDR(folder, maxEntries, entries, Mode(), 1); });
+    return Guarded([=] { return g_link.CmdDR(folder, maxEntries, entries, Mode()); });
 }
 int32_t FnCmdDL(const char16_t* localPath, const char16_t* remoteText) {
     return Guarded([=] { return g_link.CmdDL(localPath, remoteText, Mode()); });
@@ -62,13 +64,21 @@ int32_t FnCmdRM(const char16_t* text) {
     return Guarded([=] { return g_link.CmdRM(text, Mode()); });
 }
 int32_t FnCmdUP(const char16_t* remotePath, const char16_t* localFolder) {
-    return Guarded([=] { return g_link.CmdUP(remotePath, localFolder, Mode(), 1); });
+    return Guarded([=] { return g_link.CmdUP(remotePath, localFolder, Mode()); });
 }
-void FnStop() {
-    Guarded([] {
-        g_link.Stop();
-        return 0;
-    });
+void* StopLink() noexcept {
+    try {
+        return g_link.Stop();
+    } catch (...) {
+        return nullptr;
+    }
+}
+// The last reference may be the module's own, in a host that has unloaded it already: the call that
+// drops it is a jump, so that nothing returns to code that is gone.
+__attribute__((optimize("optimize-sibling-calls"))) void FnStop() {
+    if (void* const ownReference = StopLink()) {
+        dlclose(ownReference);
+    }
 }
 int32_t FnIsBusy() {
     return g_link.m_bBusy;

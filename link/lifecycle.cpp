@@ -32,8 +32,8 @@ class LinkHolder {
 LinkHolder g_holder;
 
 // A reference of the module to itself, held while its threads run: a host that unloads it without
-// slot 15 leaves it loaded, and the threads their code. Slot 15 drops it, and the next unloading
-// takes effect.
+// slot 15 leaves it loaded, and the threads their code. Slot 15 drops it, last of all, and the next
+// unloading takes effect.
 class OwnReference {
  public:
     void Take() {
@@ -42,11 +42,7 @@ class OwnReference {
             m_handle = dlopen(own.dli_fname, RTLD_NOW | RTLD_NOLOAD);
         }
     }
-    void Drop() {
-        if (m_handle != nullptr) {
-            dlclose(std::exchange(m_handle, nullptr));
-        }
-    }
+    void* Release() { return std::exchange(m_handle, nullptr); }
 
  private:
     void* m_handle = nullptr;
@@ -95,12 +91,17 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
     return m_ping.Start(retries, timeoutMs, asyncMode);
 }
 
-void CTvUdp::Stop() {
+void* CTvUdp::Stop() {
     m_ping.Stop();
-    Cancel();
+    // What runs ends by the stop, not by a cancel, which the next step of a walk would take back.
+    m_bStop = 1;
+    Interrupt();
     StopWorker();
+    if (m_bBusy == 0) {
+        AwaitOwed();
+    }
     Close();
-    g_ownReference.Drop();
+    return g_ownReference.Release();
 }
 
 void CTvUdp::AbandonInChild() {

@@ -33,4 +33,8 @@ void KeptReply::Keep(const Reply& reply) {
     m_size = bytes.size();
 }
 
+bool KeptReply::Is(const Reply& reply) const {
+    return std::ranges::equal(Datagram(), reply.Datagram());
+}
+
 }  // namespace brenholt

@@ -40,6 +40,8 @@ class KeptReply {
  public:
     void Keep(const Reply& reply);
     std::span<const uint8_t> Datagram() const { return std::span(m_bytes).first(m_size); }
+    // Whether this reply is the same, byte for byte.
+    bool Is(const Reply& reply) const;
 
  private:
     std::array<uint8_t, kMaxDatagram> m_bytes{};

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <list>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,7 +18,7 @@
 #include "discovery/tv_ping.h"
 #include "link/exchange.h"
 #include "link/reply.h"
-#include "link/stale_replies.h"
+#include "link/reply_account.h"
 #include "link/target_address.h"
 #include "platform/pass_worker.h"
 #include "platform/socket.h"
@@ -56,9 +57,10 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     // Opens the socket, starts the worker and the listener. The settings are stored in any case. 1
     // when both run; 0 when the link ran already or no thread can be had.
     int Start(int retries, int timeoutMs, int asyncMode);
-    // Stops the listener, cancels the running command, waits for the worker's end, closes the
-    // socket.
-    void Stop();
+    // Stops the listener and the running command, waits for the worker's end and, for a timeout at
+    // most, for replies that are on their way, closes the socket. Gives the module's reference to
+    // itself, to be dropped by dlclose when nothing of it runs any more; null when there is none.
+    void* Stop();
     // In a forked child, where the threads are not: brings the object to the stopped state.
     void AbandonInChild();
 
@@ -82,21 +84,26 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     // 0 when token or argument exceed 255 bytes in the system code page.
     int BuildHeader();
     // Sends the first `length` bytes of m_txBuf to the target; below 0: builds the header and sends
-    // just that. False when there is nothing that could be sent (header or address text too long);
-    // a send that fails on the network is not told.
-    bool SendPacket(int length);
-    // Waits for one reply from the target until `timeoutMs` after `start` (a tick). 1 with the
-    // reply, 0 on timeout, cancel, a datagram from another port of the target, or an empty one from
-    // its port.
-    int RecvReply(Reply& reply, uint32_t start, uint32_t timeoutMs);
-    // The loop of attempts that every command shares; see link/exchange.h.
-    Outcome Exchange(int length, const ExchangeRules& rules, Judge& judge);
+    // just that. Gives the number of bytes, 0 when nothing could be sent (header or address text too
+    // long); a send that fails on the network is not noticed.
+    int SendPacket(int length);
+    // Waits for one reply from the target until `untilUs`, a time of GetMicroseconds. 1 with the
+    // reply, 0 when the time has come, on cancel, on a datagram from another port of the target,
+    // and on an empty one from its port.
+    int RecvReply(Reply& reply, uint64_t untilUs);
+    // The loop of attempts that every command shares; see link/exchange.h. `reply` is what settled
+    // it, good until the next receive.
+    Outcome Exchange(int length, const ExchangeRules& rules, const Judge& judge, Reply& reply);
+    // At the end of a transfer: whether its replies were in step with its requests, as far as what
+    // comes now can show.
+    bool EndsInStep();
+    // Takes what is owed, as long as it may be on its way: the next socket on the port, another
+    // process's perhaps, would receive it.
+    void AwaitOwed();
     // Asks the running command to end; without one, nothing comes of it. Any thread may call it.
     void Cancel();
     // Whether the running command must end: cancelled, or the link stops since the command began.
     bool Interrupted() const { return m_bCancel != 0 || Stopping(); }
-    // How long the target takes to answer, in ms, averaged over exchanges without a resend.
-    uint32_t AnswerMs() const { return m_nAnswerMsX8 / 8; }
     bool Stopping() const { return m_bStop != 0 && m_bStopAtBegin == 0; }
 
     // ---- commands/ ---------------------------------------------------------------------------
@@ -117,17 +124,16 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     int CmdIP(const char16_t* address, int async, std::u16string& project, uint16_t* version,
               uint16_t* cpu);
 
-    // Lists a panel folder into `entries`; gives the number of entries. `final` 0 leaves the
-    // command open: its caller ends it.
-    int CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async, int final);
+    // Lists a panel folder into `entries`; gives the number of entries.
+    int CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async);
     // Sends the host file `local`.
     int CmdDL(const char16_t* local, const char16_t* remote, int async);
     // Fetches the panel file `remote` into the folder `local`.
-    int CmdUP(const char16_t* remote, const char16_t* local, int async, int final);
+    int CmdUP(const char16_t* remote, const char16_t* local, int async);
     // Sends `length` bytes of memory.
     int CmdML(const uint8_t* block, int length, const char16_t* text, int async);
     // Copies a panel folder into a host folder.
-    int CmdGF(const char16_t* remote, const char16_t* local, int async, int final);
+    int CmdGF(const char16_t* remote, const char16_t* local, int async);
 
     // ---- discovery/ --------------------------------------------------------------------------
 
@@ -173,8 +179,7 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     SharedWord m_bBusy{0};
     SharedWord m_bCancel{0};
     SharedWord m_bStopAtBegin{1};  // m_bStop when the running command began
-    // The exchange's memory of replies that may still come; guarded transfers ask it.
-    StaleReplies m_stale;
+    ReplyAccount m_account;        // of the thread that runs a command
     // Destroyed in the order user list, adapters, listener.
     CTvPing m_ping;
     std::list<std::unique_ptr<CEAdapterInfo>> m_listAdapters;
@@ -187,19 +192,27 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
                const char16_t* arg2 = nullptr, int nArg = 0, void* p1 = nullptr, void* p2 = nullptr,
                void* p3 = nullptr);
     void RaisePace(PaceRule rule);
-    void NoteSettledLate(uint64_t key, int resends, uint32_t answerMs);
-    uint32_t StaleLifetimeMs() const;
+    uint64_t TimeoutUs() const {
+        return uint64_t{static_cast<uint32_t>(m_nTimeoutMs.load())} * 1000;
+    }
+    // One attempt: a send, more where an answer is in doubt, and the verdict on what came; nothing
+    // when no reply did.
+    std::optional<Verdict> Attempt(int length, const Judge& judge, Reply& reply);
     // The steps of the composites: the slot holds the command, and the caller ends it.
     Listing ListFolder(int maxEntries, PanelDirEntry* entries);
+    Listing ListOnce(int maxEntries, PanelDirEntry* entries);
+    void SetTokenDigit(char16_t (*next)(char16_t));
     bool FetchFile(std::u16string_view remote, const CFolder& folder);
+    std::optional<bool> FetchOnce(std::u16string_view remote, const CFolder& folder);
     bool SendFile(const CFileStatus& file);
     bool WalkFolder(const std::u16string& remote, const std::u16string& local,
                     const WalkPlace& place);
+    // Adds a copy unless the address is in the list already: the number of entries, or 0.
+    int KeepUserUnit(const CTavrinUnit& unit);
     int RunText(std::u16string_view token, const char16_t* arg, int async, bool needsAck);
     void Adopt(std::u16string_view ip, std::u16string_view project, int32_t cpu, int32_t version);
 
     // The exchange's own; one exchange at a time.
-    uint32_t m_nAnswerMsX8 = 0;
     std::array<uint8_t, kMaxDatagram> m_txBuf{};
     std::array<uint8_t, kMaxDatagram + 1> m_rxBuf{};  // and the NUL behind the longest datagram
 };

@@ -9,6 +9,9 @@ namespace brenholt {
 // Milliseconds of a monotonic clock, wrapping at 32 bits. Take differences unsigned.
 uint32_t GetTickCount();
 
+// Microseconds of the same clock. They do not wrap.
+uint64_t GetMicroseconds();
+
 // Blocks the calling thread for at least `milliseconds`; 0 returns at once. Signals don't cut it short.
 void Sleep(uint32_t milliseconds);
 

@@ -50,8 +50,11 @@ bool CFile::OpenAt(int folder, const std::string& name, Mode mode) {
     flags |= folder != AT_FDCWD ? O_NOFOLLOW : 0;
     CDescriptor fd(Uninterrupted([&] { return openat(folder, name.c_str(), flags, 0666); }));
     struct stat status {};
-    if (!fd || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        flock(fd.Get(), LOCK_EX | LOCK_NB) != 0) {
+    if (!fd || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return false;
+    }
+    // A network file system may know no lock of this kind: only another's lock refuses.
+    if (flock(fd.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         return false;
     }
     if (mode == modeCreate && Uninterrupted([&] { return ftruncate(fd.Get(), 0); }) != 0) {
@@ -108,22 +111,20 @@ void CFile::Write(std::span<const uint8_t> data) {
     }
 }
 
+// The lock is the open file's, which a forked child may hold open for longer than we do.
+void CFile::Unlock() {
+    if (m_fd) {
+        flock(m_fd.Get(), LOCK_UN);
+    }
+}
+
 void CFile::Close() {
+    Unlock();
     // The descriptor is gone whatever close gives; EINTR, too, comes after the fact.
     const int fd = m_fd.Release();
     if (fd >= 0 && close(fd) != 0 && errno != EINTR) {
         throw CFileException();
     }
-}
-
-std::optional<std::u16string> GetCurrentDirectoryW() {
-    std::error_code error;
-    const std::filesystem::path path = std::filesystem::current_path(error);
-    if (error) {
-        return std::nullopt;
-    }
-    std::u16string text = WidenName(path.native());
-    return text.size() < kMaxPath ? std::optional(std::move(text)) : std::nullopt;
 }
 
 std::optional<CFileStatus> GetStatus(std::u16string_view path) {

@@ -31,9 +31,14 @@ struct FileIdentity {
 };
 
 // A regular file, open and locked: while it is, nobody else's CFile can open it, in this process or
-// another. Closed by its destructor.
+// another, but on a file system without such locks. Closed by its destructor.
 class CFile {
  public:
+    CFile() = default;
+    ~CFile() { Unlock(); }
+    CFile(const CFile&) = delete;
+    CFile& operator=(const CFile&) = delete;
+
     enum Mode {
         modeRead,    // an existing file, for reading
         modeWrite,   // an existing file, for writing
@@ -60,6 +65,8 @@ class CFile {
     FileIdentity GetIdentity() const;
 
  private:
+    void Unlock();
+
     CDescriptor m_fd;
 };
 
@@ -75,9 +82,6 @@ struct CFileStatus {
 
 // Nothing when there is no such regular file or its absolute path has 260 characters or more.
 std::optional<CFileStatus> GetStatus(std::u16string_view path);
-
-// The process's current directory; nothing when it is gone or has 260 characters or more.
-std::optional<std::u16string> GetCurrentDirectoryW();
 
 }  // namespace brenholt
 

@@ -31,10 +31,11 @@ std::u16string_view LastComponent(std::u16string_view path) {
     return at == std::u16string_view::npos ? path : path.substr(at + 1);
 }
 
-bool IsPlainName(std::string_view name) {
-    constexpr std::string_view kForbidden("\\/\0", 3);
-    return !name.empty() && name != "." && name != ".." &&
-           name.find_first_of(kForbidden) == std::string_view::npos;
+bool IsPlainName(std::u16string_view name) {
+    // The last three are the same characters as bytes that are not valid in the code page.
+    constexpr std::u16string_view kForbidden(u"\\/\0\xDC5C\xDC2F\xDC00", 6);
+    return !name.empty() && name != u"." && name != u".." &&
+           name.find_first_of(kForbidden) == std::u16string_view::npos;
 }
 
 std::u16string WidenName(std::string_view name) {

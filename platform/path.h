@@ -17,9 +17,10 @@ std::u16string FolderPath(std::u16string_view path);
 // What stands behind the last separator; the whole text without one.
 std::u16string_view LastComponent(std::u16string_view path);
 
-// The rule for names that come from a panel: whether `name` (8-bit text in the system code page) is one
-// component that stays in its folder. Not empty, not "." or "..", no separator of either kind, no NUL.
-bool IsPlainName(std::string_view name);
+// The rule for names that come from a panel: whether `name` is one component that stays in its folder.
+// Not empty, not "." or "..", no separator of either kind and no NUL, nor what WideCharToMultiByte makes
+// one of. Text, not bytes: in some code pages a letter's second byte is that of a separator.
+bool IsPlainName(std::u16string_view name);
 
 // A name from a panel as text. WideCharToMultiByte gives its bytes back unchanged, also where they are
 // not valid in the code page or spell a letter in a way that the code page would not.

@@ -9,7 +9,7 @@
 #include <random>
 
 #include "tests/faults/panel_world.h"
-#include "tests/faults/scale.h"
+#include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <set>
 
-#include "tests/faults/scale.h"
+#include "tests/support/scale.h"
 #include "tests/support/module_host.h"
 #include "tools/panel/beacon.h"
 #include "tools/panel/udp.h"

@@ -8,7 +8,7 @@
 #include "platform/path.h"
 #include "platform/text.h"
 #include "tests/faults/panel_world.h"
-#include "tests/faults/scale.h"
+#include "tests/support/scale.h"
 #include "tests/faults/snapshot.h"
 #include "tests/support/link_fixture.h"
 #include "tests/support/panel_replies.h"
@@ -96,7 +96,7 @@ class HostileTrees : public LinkFixture {
             const bool isHostile = harmful && Chance(4);
             const std::string& name = Any(isHostile ? hostile : odd);
             const std::string seen = name.c_str();  // up to its NUL
-            spoilt = spoilt || (!IsPlainName(seen) && seen != "." && seen != "..");
+            spoilt = spoilt || (!IsPlainName(WidenName(seen)) && seen != "." && seen != "..");
             records.push_back(Record(name, 4, depth < 4 && Chance(3) ? kFolder : 0x20));
         }
         return Page(first && Chance(4) ? '+' : '0', records);
@@ -153,15 +153,15 @@ TEST_F(HostileTrees, LeadNowhereAndEnd) {
         untilSwap = harmful && Chance(3) ? 1 + static_cast<unsigned>(random() % 12) : 0;
         spoilt = false;
         sent.clear();
-        const int result = link->CmdGF(u"p", scratch.Text(u"to").c_str(), 0, 1);
+        const int result = link->CmdGF(u"p", scratch.Text(u"to").c_str(), 0);
         copied += result;
         ASSERT_FALSE(result != 0 && (spoilt || endless)) << "tree " << seed;
         ASSERT_LT(sent.size(), 5000U) << "tree " << seed;
         const std::u16string file = u"p\\" + WidenName(Any(Chance(2) ? hostile : odd));
         PlantLinks();
         untilSwap = 1;
-        const bool fetched = link->CmdUP(file.c_str(), scratch.Text(u"to").c_str(), 0, 1) != 0;
-        ASSERT_FALSE(fetched && !IsPlainName(WideCharToMultiByte(LastComponent(file.c_str()))));
+        const bool fetched = link->CmdUP(file.c_str(), scratch.Text(u"to").c_str(), 0) != 0;
+        ASSERT_FALSE(fetched && !IsPlainName(LastComponent(file.c_str())));
         ASSERT_TRUE(Snapshot(outside) == before) << "tree " << seed;
         ASSERT_EQ(link->m_bBusy, 0);
     }

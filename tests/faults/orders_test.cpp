@@ -3,7 +3,7 @@
 #include <iostream>
 #include <random>
 
-#include "tests/faults/scale.h"
+#include "tests/support/scale.h"
 #include "tests/support/module_host.h"
 #include "tests/support/panel_replies.h"
 

@@ -138,7 +138,7 @@ class CampaignTest : public testing::Test {
                        const std::string name = Name(i % kFiles);
                        const std::u16string wide(name.begin(), name.end());
                        std::filesystem::remove(target.Path() + '/' + name);
-                       const int result = link.CmdUP(wide.c_str(), target.Text().c_str(), 0, 1);
+                       const int result = link.CmdUP(wide.c_str(), target.Text().c_str(), 0);
                        right = result != 0 &&
                                target.Read(name) == contents[static_cast<size_t>(i % kFiles)];
                        return result;
@@ -214,7 +214,7 @@ TEST_F(CampaignTest, ListingsAndFoldersThroughLossLatenessAndStalls) {
     const Weather weather{.loss = 0.02, .late = 0.002, .stall = 0.001, .cancels = 0.05};
     std::vector<PanelDirEntry> entries(1000);
     Run(Times(1000), weather, false, [&entries](CTvUdp& link, SimulatedNetwork&, int, bool& right) {
-        const int count = link.CmdDR(u"many", 1000, entries.data(), 0, 1);
+        const int count = link.CmdDR(u"many", 1000, entries.data(), 0);
         std::set<std::string> names;
         for (int i = 0; i < count; ++i) {
             names.insert(entries[static_cast<size_t>(i)].szName);
@@ -226,7 +226,7 @@ TEST_F(CampaignTest, ListingsAndFoldersThroughLossLatenessAndStalls) {
     const Weather walkWeather{.loss = 0.02, .late = 0.002, .stall = 0.001};
     Run(Times(20), walkWeather, false, [this](CTvUdp& link, SimulatedNetwork&, int, bool& right) {
         const ScratchFolder copy;
-        const int result = link.CmdGF(u"many", copy.Text().c_str(), 0, 1);
+        const int result = link.CmdGF(u"many", copy.Text().c_str(), 0);
         // A listing that got no answer counts as an empty folder, and says so by leaving nothing.
         const std::vector<std::string> names = copy.Names();
         right = names.empty() || names.size() == kEntries;

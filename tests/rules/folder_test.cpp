@@ -37,7 +37,7 @@ class FolderTest : public LinkFixture {
     int Copy(const char16_t* remote = u"p") {
         fetched.clear();
         sent.clear();
-        return link->CmdGF(remote, folder.Text().c_str(), 0, 1);
+        return link->CmdGF(remote, folder.Text().c_str(), 0);
     }
     void ExpectOutsideUntouched() const {
         EXPECT_EQ(outside.Names(), std::vector<std::string>{"victim"});

@@ -22,7 +22,7 @@ TEST_F(LinkFixture, KilledFetchLeavesTheOldFileOrTheNewOne) {
                 const bool last = offset + 1363 >= texts[1].size();
                 return Packet(last ? '0' : '+', texts[1].substr(offset, 1363));
             };
-            link->CmdUP(u"f", folder.Text().c_str(), 0, 1);
+            link->CmdUP(u"f", folder.Text().c_str(), 0);
             _exit(0);
         }
         usleep(static_cast<useconds_t>(200 * round));

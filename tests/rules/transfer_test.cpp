@@ -15,7 +15,7 @@ class ListingTest : public LinkFixture {
  protected:
     int List(int maxEntries = 8) {
         sent.clear();
-        return link->CmdDR(u"dir", maxEntries, entries.data(), 0, 1);
+        return link->CmdDR(u"dir", maxEntries, entries.data(), 0);
     }
     std::string Tokens() {
         std::string digits;
@@ -99,20 +99,17 @@ TEST_F(ListingTest, MarkerIsACharacterOfTheText) {
     EXPECT_EQ(sent.size(), 1U);
 }
 
-TEST_F(ListingTest, NotFinalLeavesTheCommandOpen) {
-    AnswerInTurn({});
-    EXPECT_EQ(link->CmdDR(u"dir", 8, entries.data(), 0, 0), 0);
+TEST_F(ListingTest, PostedOrWithoutRoomGivesNothing) {
+    EXPECT_EQ(link->CmdDR(u"dir", 8, entries.data(), 1), 0) << "posted";
     EXPECT_EQ(link->m_bBusy, 1);
-    EXPECT_EQ(link->CmdDR(u"dir", 8, entries.data(), 1, 1), 0) << "posted";
-    EXPECT_EQ(link->m_bBusy, 1);
-    EXPECT_EQ(link->CmdDR(u"dir", 8, nullptr, 0, 1), 0);
+    EXPECT_EQ(link->CmdDR(u"dir", 8, nullptr, 0), 0);
 }
 
 class FetchTest : public LinkFixture {
  protected:
     int Fetch(const char16_t* remote = u"dir/file.bin") {
         sent.clear();
-        return link->CmdUP(remote, folder.Text().c_str(), 0, 1);
+        return link->CmdUP(remote, folder.Text().c_str(), 0);
     }
     ScratchFolder folder;
 };
@@ -140,7 +137,7 @@ TEST_F(FetchTest, PaceFollowsItsTwoRules) {
     AnswerInTurn({"short", "", ""});
     EXPECT_EQ(Fetch(), 0);
     EXPECT_EQ(link->m_nPaceMs, 5);
-    link->m_nPaceMs = 0;
+    SetUp();  // nothing is owed to a new link
     AnswerAlways(std::string("AC\0", 3) + std::string(40, 'x'));
     EXPECT_EQ(Fetch(), 0) << "no marker to read";
     EXPECT_EQ(sent.size(), 3U);
@@ -187,8 +184,8 @@ TEST_F(FetchTest, FailureLeavesTheOldFileAndNothingElse) {
         EXPECT_EQ(Fetch(remote), 0);
         EXPECT_TRUE(sent.empty());
     }
-    EXPECT_EQ(link->CmdUP(u"file.bin", u"no/such/folder", 0, 1), 0);
-    EXPECT_EQ(link->CmdUP(nullptr, nullptr, 0, 1), 0);
+    EXPECT_EQ(link->CmdUP(u"file.bin", u"no/such/folder", 0), 0);
+    EXPECT_EQ(link->CmdUP(nullptr, nullptr, 0), 0);
     EXPECT_TRUE(sent.empty());
     untouched("names that are none");
     mkdir((folder.Path() + "/taken").c_str(), 0777);

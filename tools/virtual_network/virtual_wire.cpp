@@ -47,8 +47,12 @@ size_t VirtualWire::Waiting(uint16_t localPort) const {
     return queue != m_queues.end() ? queue->second.size() : 0;
 }
 
+uint64_t GetMicroseconds() {
+    return VirtualWire::Get().NowUs();
+}
+
 uint32_t GetTickCount() {
-    return static_cast<uint32_t>(VirtualWire::Get().NowUs() / 1000);
+    return static_cast<uint32_t>(GetMicroseconds() / 1000);
 }
 
 void Sleep(uint32_t milliseconds) {

@@ -1,6 +1,6 @@
 // How much of a campaign a test runs.
-#ifndef BRENHOLT_TESTS_FAULTS_SCALE_H
-#define BRENHOLT_TESTS_FAULTS_SCALE_H
+#ifndef BRENHOLT_TESTS_SUPPORT_SCALE_H
+#define BRENHOLT_TESTS_SUPPORT_SCALE_H
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,0 +1,200 @@
+#include "link/reply_account.h"
+
+#include <algorithm>
+#include <functional>
+#include <string_view>
+
+#include "platform/clock.h"
+
+namespace brenholt {
+namespace {
+
+// A reply is forgotten after so many timeouts: a panel's stall and a late datagram together.
+constexpr uint64_t kLifetimes = 6;
+constexpr int kMaxDoubts = 8;
+constexpr size_t kMaxPanels = 64;
+// What is beyond is not remembered: a network that bad has other troubles.
+constexpr size_t kMaxDebts = 256;
+// A shorter datagram is a word, or says as little.
+constexpr size_t kTellingSize = 64;
+// So many answers make a speed that a duplicate can be told by.
+constexpr uint64_t kTellingAnswers = 4;
+
+uint64_t Hash(std::span<const uint8_t> bytes) {
+    return std::hash<std::string_view>{}(
+        {reinterpret_cast<const char*>(bytes.data()), bytes.size()});
+}
+
+}  // namespace
+
+uint64_t WholeKey(const Reply& reply) {
+    return Hash(reply.Datagram());
+}
+
+void ReplyAccount::Begin(uint32_t address, const ReplyKind& kind, uint64_t timeoutUs) {
+    if (m_speeds.size() > kMaxPanels) {
+        m_speeds.clear();
+    }
+    m_speed = &m_speeds[address];
+    m_now = Request();
+    m_now.address = address;
+    m_now.kind = &kind;
+    m_now.timeoutUs = timeoutUs;
+    m_sends.clear();
+    std::erase_if(m_debts, [=](const Debt& debt) {
+        return GetMicroseconds() - debt.sent > kLifetimes * timeoutUs;
+    });
+}
+
+void ReplyAccount::Sent(std::span<const uint8_t> datagram) {
+    m_now.datagram = datagram;
+    m_now.settleAt.reset();
+    m_sends.push_back(GetMicroseconds());
+}
+
+bool ReplyAccount::Believes(const Reply& reply, bool answers) {
+    const uint64_t now = GetMicroseconds();
+    const uint64_t latency = now - m_sends.back();
+    const bool repeat = m_last.Is(reply);
+    const bool known = repeat && m_known == m_now.kind->key(reply);
+    const bool early = IsFast() && latency < m_speed->usualUs * 3 / 4;
+    // A duplicate follows its original closely. What is known to repeat is no sign of one, unless it
+    // comes too early; nor is what is new, but at the start, where it may be the last command's.
+    const bool twin =
+        m_sends.size() == 1 && ((repeat && !known) || (early && (known || m_step == 0)));
+    const Others others = Explain(reply);
+    // In a run of alike replies the few that were lost must not hold up all that follow.
+    const bool runs = known && m_step > 0 && others.cold && !early && IsPrompt(now);
+    if ((!others.owe && !twin) || runs) {
+        m_repeats += repeat && answers && m_step > 0 ? 1 : 0;
+        ++m_now.own;
+        m_now.answeredAt = now;
+        return true;
+    }
+    if (others.unpaid != nullptr) {
+        others.unpaid->paid = true;
+    } else if (!others.owe && !m_now.twin) {
+        m_now.twin = true;
+        m_now.hasty = repeat && !known && m_speed->answers >= kTellingAnswers &&
+                      latency < m_speed->usualUs / 4;
+    } else {
+        ++m_now.own;
+    }
+    ++m_now.heard;
+    if (m_now.guessUs == 0) {
+        m_now.guessUs =
+            now - (others.unpaid != nullptr ? others.unpaid->sent : m_sends.front()) + 1;
+    }
+    if (answers) {
+        m_kept.Keep(reply);
+        m_now.answeredAt = now;
+        const uint64_t due = m_sends.back() + MomentUs(kSlackUs);
+        m_now.settleAt = m_now.settleAt.value_or(now < due ? due : now + MomentUs(kSlackUs));
+    }
+    return false;
+}
+
+ReplyAccount::Others ReplyAccount::Explain(const Reply& reply) {
+    Others others;
+    for (Debt& debt : m_debts) {
+        const bool cold = !m_sends.empty() && debt.due < m_sends.front();
+        // The answer to the same request is right either way, but one still under way may be older.
+        if (debt.address != m_now.address || (cold && debt.request == Hash(m_now.datagram)) ||
+            !(debt.key ? debt.key == debt.kind->key(reply) : debt.kind->fits(reply))) {
+            continue;
+        }
+        others.owe = true;
+        others.cold &= cold;
+        others.unpaid = others.unpaid == nullptr && !debt.paid ? &debt : others.unpaid;
+    }
+    return others;
+}
+
+ReplyAccount::Doubt ReplyAccount::Settle() {
+    m_now.settleAt.reset();
+    const Reply kept = Kept();
+    const Others others = Explain(kept);
+    const bool repeat = m_last.Is(kept);
+    bool ours = false;
+    if (others.owe) {
+        // What is owed should have come long ago, and nothing came but this, as fast as the panel
+        // is. Data that does not repeat is asked for again first: a stray would look the same.
+        const bool telling = !m_now.kind->once && !repeat && kept.Datagram().size() >= kTellingSize;
+        ours = others.cold && IsPrompt(m_now.answeredAt) && m_now.heard <= m_sends.size() &&
+               (!telling || m_now.doubts > 0);
+    } else {
+        // Nothing but a duplicate explains it; but data repeats, if not from one kind of request to
+        // another.
+        ours = !repeat || (m_lastFits == m_now.kind->fits && (!m_now.hasty || m_now.kind->once));
+    }
+    if (ours) {
+        for (Debt& debt : m_debts) {
+            debt.paid &= !debt.key;
+        }
+        m_now.own = m_now.heard;
+    }
+    // More have come than others explain: the latest is ours, as the network keeps the order.
+    if (m_now.own > 0) {
+        m_repeats += repeat && m_step > 0 ? 1 : 0;
+        return Doubt::Take;
+    }
+    return m_now.kind->once || m_now.doubts++ == kMaxDoubts ? Doubt::WaitOn : Doubt::SendAgain;
+}
+
+void ReplyAccount::End(const Reply* answer) {
+    ++m_step;
+    if (m_sends.empty()) {
+        return;
+    }
+    std::erase_if(m_debts, [](const Debt& debt) { return debt.paid; });
+    // A prompt answer is that to the last send; any other, that to the first.
+    const bool prompt = answer != nullptr && IsPrompt(m_now.answeredAt);
+    const uint64_t latency = m_now.answeredAt - m_sends.back() + 1;
+    const uint64_t took = answer == nullptr ? MomentUs(kSlackUs)
+                          : prompt          ? latency
+                                            : m_now.answeredAt - m_sends.front();
+    const size_t answered = std::min(m_now.own, m_sends.size());
+    std::optional<uint64_t> key;
+    if (answer != nullptr && answered < m_sends.size() && !m_now.kind->once) {
+        key = m_now.kind->key(*answer);
+    }
+    for (size_t i = answered; i < m_sends.size() && m_debts.size() < kMaxDebts; ++i) {
+        const uint64_t sent = m_sends[prompt ? i - answered : i];
+        m_debts.push_back(
+            {m_now.address, m_now.kind, Hash(m_now.datagram), key, sent, sent + took});
+    }
+    if (answer != nullptr) {
+        uint64_t& usual = m_speed->usualUs;
+        usual = m_speed->answers++ == 0 ? latency : std::min(latency, usual + usual / 8 + 1);
+        if (m_last.Is(*answer)) {
+            m_known = m_now.kind->key(*answer);
+        }
+        m_last.Keep(*answer);
+        m_lastFits = m_now.kind->fits;
+    }
+}
+
+uint64_t ReplyAccount::OwedUntil() const {
+    uint64_t until = 0;
+    for (const Debt& debt : m_debts) {
+        until = std::max(until, debt.due);
+    }
+    return until;
+}
+
+// Whether the answer came as fast after the last send as answers do.
+bool ReplyAccount::IsPrompt(uint64_t at) const {
+    // What takes effect may take its time, and must not be sent twice because it did. Where answers
+    // take long, nothing is said by when one came.
+    const uint64_t most = m_now.kind->once ? m_now.timeoutUs / 4 : MomentUs(kSlackUs);
+    return IsFast() && at - m_sends.back() <= most;
+}
+
+// Time enough for an answer that is on its way.
+uint64_t ReplyAccount::MomentUs(uint64_t slackUs) const {
+    const uint64_t usual = m_speed->usualUs != 0 ? m_speed->usualUs : m_now.guessUs;
+    const uint64_t most = m_now.timeoutUs / 4;
+    return usual != 0 ? std::min(2 * usual + slackUs, most) : most;
+}
+
+}  // namespace brenholt
