@@ -1,6 +1,8 @@
 // The search dialog and slot 1's door to it.
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "dialogs/dlg_search_tg.h"
 #include "tests/dialogs/dialog_fixture.h"
 
@@ -246,6 +248,11 @@ TEST_F(SearchDialogTest, TheDoorAdoptsWhatWasConfirmed) {
     backend.Then([&](ScriptedWindow& window) {
         EXPECT_EQ(window.Rows().size(), 2U);
         window.Select(1);
+        // A second call, nested or from elsewhere, changes nothing under the open dialog.
+        folder.Write("UserTavrinIp.ipc", "127.0.0.10\n");
+        EXPECT_EQ(link->SelectTarget(0), 0);
+        std::thread([&] { EXPECT_EQ(link->SelectTarget(0), 0); }).join();
+        EXPECT_THAT(UserList(), ElementsAre(u"127.0.0.9"));
         window.CloseBox();
     });
     EXPECT_EQ(link->SelectTarget(0), 0);
