@@ -7,6 +7,7 @@
 #include "link/tv_udp.h"
 #include "platform/address.h"
 #include "platform/text.h"
+#include "platform/window/shown_text.h"
 
 namespace brenholt {
 
@@ -54,8 +55,8 @@ void CDlgInputTg::OnConnect() {
         m_strProject = project;
         m_nVersion = version;
         m_nCpu = cpu;
-        m_strNote = u"IP : " + m_strIp + u"\r\nProject : " + m_strProject + u"\r\nBren Version : " +
-                    FormatVersion(m_nVersion);
+        m_strNote = u"IP : " + m_strIp + u"\r\nProject : " + ShownOnOneLine(m_strProject) +
+                    u"\r\nBren Version : " + FormatVersion(m_nVersion);
         m_bIpChanged = 0;
     } else {
         m_bIpChanged = 1;

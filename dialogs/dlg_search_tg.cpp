@@ -4,6 +4,7 @@
 #include "dialogs/resources.h"
 #include "dialogs/text_format.h"
 #include "link/tv_udp.h"
+#include "platform/window/shown_text.h"
 
 namespace brenholt {
 namespace {
@@ -11,6 +12,11 @@ namespace {
 constexpr std::u16string_view kAuto = u"Auto";
 constexpr std::u16string_view kManual = u"Manual";
 constexpr std::u16string_view kLineEnd = u"\r\n";
+
+constexpr std::u16string_view kNoneHeard =
+    u"No panel heard yet. Refresh looks again, Insert adds an address.";
+constexpr std::u16string_view kNoneNearby =
+    u"No panel of this network heard yet. Insert adds an address.";
 
 // Panels below this version do not know the identity query.
 constexpr int32_t kFirstTestable = 111;
@@ -42,7 +48,7 @@ void CDlgSearchTg::DoDataExchange(CDataExchange* pDX) {
 
 void CDlgSearchTg::OnInitDialog() {
     CDialog::OnInitDialog();
-    m_rows.CreateIcon();
+    SetIcon(m_rows.CreateIcon());
     m_rows.InsertColumn(IDS_IP_ADDR, 120);
     m_rows.InsertColumn(IDS_PROJECT, 150);
     m_rows.InsertColumn(IDS_PORT, 50);
@@ -64,11 +70,14 @@ void CDlgSearchTg::RefreshList() {
             if (m_pLink->IsSameNetwork(unit->m_strIp.c_str()) != 0) {
                 AddUnitRow(unit.get(), 0);
             } else {
-                m_strNote.append(u"Different network Tavrin : ").append(unit->m_strIp);
-                m_strNote.append(u"  ").append(unit->m_strProject).append(kLineEnd);
+                m_strNote.append(u"Different network Tavrin : ")
+                    .append(ShownOnOneLine(unit->m_strIp));
+                m_strNote.append(u"  ").append(ShownOnOneLine(unit->m_strProject));
+                m_strNote.append(kLineEnd);
             }
         }
     }
+    m_ctrlList.SetEmptyText(m_strNote.empty() ? kNoneHeard : kNoneNearby);
     for (const auto& unit : m_pLink->m_listUserUnits) {
         AddUnitRow(unit.get(), 1);
     }
@@ -107,6 +116,7 @@ void CDlgSearchTg::OnInsert() {
     unit.m_nVersion = dialog.m_nVersion;
     unit.m_nCpu = dialog.m_nCpu;
     AddUnitRow(&unit, 1);
+    m_ctrlList.EnsureVisible(m_rows.Find(unit.m_strIp));
 }
 
 void CDlgSearchTg::OnTest() {
@@ -152,8 +162,9 @@ void CDlgSearchTg::OnItemchangedList() {
         return;
     }
     m_strNote = u"Tavrin IP : ";
-    m_strNote.append(m_rows.Text(row, kColumnIp)).append(kLineEnd);
-    m_strNote.append(u"Project Name : ").append(m_rows.Text(row, kColumnProject)).append(kLineEnd);
+    m_strNote.append(ShownOnOneLine(m_rows.Text(row, kColumnIp))).append(kLineEnd);
+    m_strNote.append(u"Project Name : ");
+    m_strNote.append(ShownOnOneLine(m_rows.Text(row, kColumnProject))).append(kLineEnd);
     m_strNote.append(u"Bren Version : ").append(FormatVersion(m_rows.Data(row).nVersion));
     m_strNote.append(kLineEnd).append(u"Search Type : ").append(m_rows.Text(row, kColumnSearch));
     UpdateData(0);

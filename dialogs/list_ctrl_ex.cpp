@@ -1,6 +1,9 @@
 #include "dialogs/list_ctrl_ex.h"
 
+#include <algorithm>
+
 #include "dialogs/resources.h"
+#include "platform/window/shown_text.h"
 
 namespace brenholt {
 namespace {
@@ -37,7 +40,8 @@ void CListCtrlEx::DrawItem(DRAWITEMSTRUCT& request) {
 
 void CListCtrlEx::DrawCell(DRAWITEMSTRUCT& request, int column, RECT cell) const {
     CDC& dc = *request.hDC;
-    std::u16string text(GetItemText(request.itemID, column).substr(0, kMaxCellChars));
+    std::u16string text = ShownOnOneLine(GetItemText(request.itemID, column));
+    text.resize(std::min(text.size(), kMaxCellChars));
     dc.SetTextAlign(TA_LEFT | TA_TOP | TA_NOUPDATECP);
     FitText(dc, text, cell.right - cell.left);
     int x = cell.left + kTextMargin;

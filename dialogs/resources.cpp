@@ -52,7 +52,7 @@ constexpr ControlTemplate kSearchControls[] = {
     {IDC_SEARCH_NOTE, EditBox, u"Details", 7, 139, 253, 35, kNoteStyle | ES_AUTOVSCROLL,
      WS_EX_STATICEDGE, kBottom, kNoStretch},
     Button(IDC_SEARCH_INSERT, u"Insert", 101, 179, 45, kLowerLeft),
-    Button(IDC_SEARCH_DELETE, u"Delete", 148, 179, 45, kLowerLeft),
+    Button(IDC_SEARCH_DELETE, u"Delete", 148, 179, 45, kLowerLeft, BS_DELETEKEY),
 };
 
 constexpr ControlTemplate kTargetControls[] = {

@@ -2,6 +2,8 @@
 
 #include <charconv>
 
+#include "platform/window/shown_text.h"
+
 namespace brenholt {
 namespace {
 
@@ -32,7 +34,7 @@ std::u16string FormatTexts(std::u16string_view format,
     std::u16string result;
     for (const std::u16string_view text : texts) {
         const size_t at = format.find(u"%s");
-        result.append(format.substr(0, at)).append(text);
+        result.append(format.substr(0, at)).append(ShownOnOneLine(text));
         format.remove_prefix(at + 2);
     }
     return result.append(format);

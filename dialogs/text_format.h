@@ -16,7 +16,7 @@ std::u16string FormatNumber(int32_t number);
 std::u16string FormatVersion(int32_t hundredths);
 // "%u.%u.%u.%u".
 std::u16string FormatAddress(const std::array<uint8_t, 4>& fields);
-// `format` with each "%s" replaced by the next of `texts`; there is one for each.
+// `format` with each "%s" replaced by the next of `texts`, as ShownOnOneLine; there is one for each.
 std::u16string FormatTexts(std::u16string_view format,
                            std::initializer_list<std::u16string_view> texts);
 

@@ -24,10 +24,11 @@ void CTvListDlg::DoDataExchange(CDataExchange* pDX) {
 
 void CTvListDlg::OnInitDialog() {
     CDialog::OnInitDialog();
-    m_rows.CreateIcon();
+    SetIcon(m_rows.CreateIcon());
     m_rows.InsertColumn(IDS_IP_ADDR, 100);
     m_rows.InsertColumn(IDS_PROJECT, 100);
     m_rows.InsertColumn(IDS_PORT, 50);
+    m_ctrlList.SetEmptyText(u"No panel heard yet. Refresh looks again.");
     RefreshList();
 }
 

@@ -9,9 +9,10 @@ void UnitRows::InsertColumn(int headingId, int width) {
     m_list.InsertColumn(LoadString(headingId), LVCFMT_CENTER, width);
 }
 
-void UnitRows::CreateIcon() {
+const CImageList& UnitRows::CreateIcon() {
     m_imageList.Create(kUnitBitmap, kUnitImageWidth, kUnitBitmapMask);
     m_list.SetImageList(&m_imageList);
+    return m_imageList;
 }
 
 int UnitRows::Add(const CTavrinUnit& unit) {

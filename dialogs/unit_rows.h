@@ -28,8 +28,8 @@ class UnitRows {
 
     // Adds a column with a heading from the string table, centred.
     void InsertColumn(int headingId, int width);
-    // Gives the rows their icon.
-    void CreateIcon();
+    // Gives the rows their icon, and gives it.
+    const CImageList& CreateIcon();
 
     // Adds a row behind the last one: icon, address, project and port of `unit`. Gives its index.
     int Add(const CTavrinUnit& unit);

@@ -3,9 +3,33 @@
 #include "link/tv_udp.h"
 
 namespace brenholt {
+namespace {
+
+// Held by the one call that may be under way.
+class Turn {
+ public:
+    explicit Turn(SharedWord& taken) : m_taken(taken), m_ours(taken.exchange(1) == 0) {}
+    ~Turn() {
+        if (m_ours) {
+            m_taken = 0;
+        }
+    }
+    Turn(const Turn&) = delete;
+    Turn& operator=(const Turn&) = delete;
+
+    bool IsOurs() const { return m_ours; }
+
+ private:
+    SharedWord& m_taken;
+    bool m_ours;
+};
+
+}  // namespace
 
 int CTvUdp::SelectTarget(int /*reserved*/) {
-    if (m_bStopped != 0) {
+    // The list of an open dialog is not to change under it.
+    const Turn turn(m_bSelecting);
+    if (m_bStopped != 0 || !turn.IsOurs()) {
         return 0;
     }
     LoadUserUnits();

@@ -109,6 +109,7 @@ void CTvUdp::AbandonInChild() {
     AbandonWorker();
     m_bPosted = 0;
     m_bBusy = 0;
+    m_bSelecting = 0;
     g_bInRecv = 0;
     Close();
 }

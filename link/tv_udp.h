@@ -159,7 +159,8 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     // Makes a discovered panel the target: 1, or 0 when none has that address. A running command is
     // cancelled and gets 1000 ms.
     int UseUnit(const char16_t* ip);
-    // Lets the user choose the target in a dialog: 1 when one was chosen. Blocks.
+    // Lets the user choose the target in a dialog: 1 when one was chosen. Blocks; 0 at once while
+    // another call is under way.
     int SelectTarget(int reserved);
 
     // ---- data --------------------------------------------------------------------------------
@@ -178,6 +179,7 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     SharedWord m_bAsyncMode{1};
     SharedWord m_bBusy{0};
     SharedWord m_bCancel{0};
+    SharedWord m_bSelecting{0};    // SelectTarget is under way
     SharedWord m_bStopAtBegin{1};  // m_bStop when the running command began
     ReplyAccount m_account;        // of the thread that runs a command
     // Destroyed in the order user list, adapters, listener.

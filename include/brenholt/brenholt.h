@@ -81,7 +81,9 @@ typedef struct BrenholtTable {
      * worker. Non-zero when link and listener run; 0 when they ran already (the three settings are
      * taken all the same) or cannot run. A taken port is not reported. */
     int32_t (*Start)(int32_t retries, int32_t timeoutMs, int32_t asyncMode);
-    /* 1: shows the search dialog; 1 when the user confirmed a target. `reserved` is ignored. */
+    /* 1: shows the search dialog and blocks until it is closed: 1 when the user confirmed a target; 0
+     * when he did not, when there can be no window, or at once while another call is under way. Any
+     * thread may call it. `reserved` is ignored. */
     int32_t (*SelectTarget)(int32_t reserved);
     /* 2: asks the panel for its three version words; each pointer may be null. */
     int32_t (*CmdVS)(uint16_t* a, uint16_t* b, uint16_t* c);

@@ -1,13 +1,13 @@
 #include "platform/qt/application.h"
 
+#include <pthread.h>
 #include <unistd.h>
 
 #include <QApplication>
-#include <QThread>
+#include <QPixmapCache>
 #include <cerrno>
 #include <clocale>
-#include <cstdio>
-#include <mutex>
+#include <cstdlib>
 #include <optional>
 #include <string>
 
@@ -16,12 +16,8 @@
 namespace brenholt {
 namespace {
 
-// The application that was made here, if one was. Never deleted: its destructor does not survive
-// the order in which a process takes itself down.
-QCoreApplication* g_made = nullptr;
-
-// A mark of the thread that made it: ids and addresses of threads are used again.
-thread_local bool t_made = false;
+// Never deleted: its destructor does not survive the order in which a process takes itself down.
+QCoreApplication* g_own = nullptr;
 
 // Puts the process's locale back: Qt sets it, and it is the host's to choose. Nobody can make
 // setlocale safe against the host's other threads; Qt calls it anyway.
@@ -33,52 +29,61 @@ class LocaleKeeper {
     const std::string m_locale = std::setlocale(LC_ALL, nullptr);  // NOLINT(concurrency-mt-unsafe)
 };
 
-bool Refuse(const char* reason) {
-    std::fprintf(stderr, "brenholt: no windows: %s\n", reason);
-    return false;
+// As long as it lives, Qt makes event loops of its own. Else the application's would be GLib's
+// default one, which is the host's: the thread that waits for the dialog may be in the midst of it.
+class GlibAvoider {
+ public:
+    GlibAvoider() { qputenv(kVariable, "1"); }
+    ~GlibAvoider() { m_before.isNull() ? qunsetenv(kVariable) : qputenv(kVariable, m_before); }
+    GlibAvoider(const GlibAvoider&) = delete;
+    GlibAvoider& operator=(const GlibAvoider&) = delete;
+
+ private:
+    static constexpr char kVariable[] = "QT_NO_GLIB";
+    const QByteArray m_before = qgetenv(kVariable);
+};
+
+pthread_t g_thread;  // the application's
+QtMessageHandler g_handler = nullptr;
+
+// A library does not print: what Qt has to say on the thread of its application goes nowhere,
+// unless it is why the process ends.
+void KeepQuiet(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (pthread_equal(pthread_self(), g_thread) == 0 || type == QtFatalMsg) {
+        g_handler(type, context, text);
+    }
 }
 
-bool CheckApplication(const QCoreApplication& application) {
-    if (qobject_cast<const QApplication*>(&application) == nullptr) {
-        return Refuse("the host's Qt application is none for widgets");
-    }
-    if (&application == g_made || application.thread() != QThread::currentThread()) {
-        return Refuse("they belong to another thread");
-    }
-    return true;
-}
+}  // namespace
 
 bool MakeApplication() {
     if (geteuid() != getuid()) {
-        return Refuse("the process runs with another user's rights");
+        return false;  // Qt ends a process that runs with another user's rights
+    }
+    if (g_handler == nullptr) {
+        g_thread = pthread_self();
+        g_handler = qInstallMessageHandler(KeepQuiet);
     }
     static std::optional<Display> display;
     display = FindDisplay();
     if (!display) {
-        return Refuse("no display, or no Qt platform plug-in for it");
+        return false;
     }
     // Qt keeps referring to these.
     static char option[] = "-platform";
     static char* arguments[] = {program_invocation_name, option, display->platform.data(), nullptr};
     static int count = 3;
     const LocaleKeeper locale;
-    g_made = new QApplication(count, arguments);
-    t_made = true;
+    const GlibAvoider glib;
+    g_own = new QApplication(count, arguments);
     display->connection.reset();
+    // The cache has a timer, which the thread that ends the process would try to stop.
+    QPixmapCache::setCacheLimit(0);
     return true;
 }
 
-}  // namespace
-
-bool EnsureApplication() {
-    const QCoreApplication* application = QCoreApplication::instance();
-    if (t_made && application == g_made) {
-        return true;
-    }
-    static std::mutex mutex;
-    const std::lock_guard lock(mutex);
-    application = QCoreApplication::instance();
-    return application != nullptr ? CheckApplication(*application) : MakeApplication();
+bool IsOwn(const QCoreApplication& application) {
+    return &application == g_own;
 }
 
 }  // namespace brenholt

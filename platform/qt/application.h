@@ -1,13 +1,17 @@
-// The Qt application that the windows live in.
+// The Qt application of a process whose host has none.
 #ifndef BRENHOLT_PLATFORM_QT_APPLICATION_H
 #define BRENHOLT_PLATFORM_QT_APPLICATION_H
 
+class QCoreApplication;
+
 namespace brenholt {
 
-// Whether windows can be made on the calling thread. The host's own QApplication is used, on its
-// own thread only. Without one, the first call makes one for the calling thread; it is kept until
-// the process ends. Says on stderr why not.
-bool EnsureApplication();
+// Makes the application, for the calling thread; it is kept until the process ends. False when it
+// would find no display.
+bool MakeApplication();
+
+// Whether `application` was made here.
+bool IsOwn(const QCoreApplication& application);
 
 }  // namespace brenholt
 

@@ -9,7 +9,11 @@
 
 #include "platform/window/backend.h"
 
+class QPushButton;
+
 namespace brenholt {
+
+class QtListView;
 
 class QtDialogWindow final : public QDialog, public DialogWindow {
  public:
@@ -18,6 +22,9 @@ class QtDialogWindow final : public QDialog, public DialogWindow {
 
     int RunModal() override;
     void EndModal(int code) override;
+    WindowLayout GetLayout() const override;
+    void SetLayout(const WindowLayout& layout) override;
+    void SetIcon(const ImageStrip& image) override;
     void SetText(int control, std::u16string_view text) override;
     std::u16string GetText(int control) const override;
     ListView& GetList(int control) override;
@@ -38,11 +45,14 @@ class QtDialogWindow final : public QDialog, public DialogWindow {
     QWidget* MakeControl(const ControlTemplate& control, double columnScale);
     template <class Widget>
     Widget& Find(int control) const;
+    // The button that has `style`, or null.
+    QPushButton* FindButton(uint32_t style) const;
     bool Listens() const { return m_running && !m_code; }
     void Raise(uint32_t message, int control, uint16_t code);
 
     DialogEvents& m_events;
     std::vector<Control> m_controls;
+    QtListView* m_list = nullptr;  // the last one, if any
     QSize m_leastSize;
     bool m_running = false;
     std::optional<int> m_code;

@@ -6,10 +6,12 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QGuiApplication>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QPluginLoader>
 #include <QStringList>
+#include <cstdlib>
 #include <cstring>
 #include <utility>
 
@@ -101,6 +103,22 @@ std::optional<Display> FindDisplay() {
         }
     }
     return std::nullopt;
+}
+
+bool DisplayAnswers() {
+    const QString platform = QGuiApplication::platformName();
+    if (platform != "xcb") {
+        return !platform.startsWith("wayland") || WaylandAnswers();
+    }
+    xcb_connection_t* connection =
+        qGuiApp->nativeInterface<QNativeInterface::QX11Application>()->connection();
+    if (xcb_connection_has_error(connection) != 0) {
+        return false;
+    }
+    // Its end may not have been noticed yet.
+    auto* reply = xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr);
+    std::free(reply);
+    return reply != nullptr;
 }
 
 }  // namespace brenholt

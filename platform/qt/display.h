@@ -26,6 +26,9 @@ struct Display {
 // Platforms that cannot be probed count as absent.
 std::optional<Display> FindDisplay();
 
+// Whether the display of the Qt application that runs is still there.
+bool DisplayAnswers();
+
 }  // namespace brenholt
 
 #endif

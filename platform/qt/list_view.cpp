@@ -1,10 +1,13 @@
 #include "platform/qt/list_view.h"
 
 #include <QApplication>
+#include <QClipboard>
 #include <QHeaderView>
+#include <QHelpEvent>
 #include <QKeyEvent>
 #include <QScopedValueRollback>
 #include <QStyledItemDelegate>
+#include <QToolTip>
 #include <algorithm>
 #include <utility>
 
@@ -40,6 +43,8 @@ QtListView::QtListView(const ControlTemplate& control, double scale, Handlers ha
     setSelectionMode(SingleSelection);
     setEditTriggers(NoEditTriggers);
     setHorizontalScrollMode(ScrollPerPixel);
+    // The focus frame of a row that its owner draws is drawn and removed as a whole.
+    setAllColumnsShowFocus(m_ownerDrawn);
     header()->setSectionsMovable(false);
     header()->setStretchLastSection(false);
     connect(header(), &QHeaderView::sectionResized, this, [this](int column) {
@@ -60,9 +65,10 @@ void QtListView::InsertColumn(std::u16string_view heading, int format, int width
     const int column = columnCount();
     // The first column stands at the left whatever its format says: its icons would not line up.
     const bool centred = format == LVCFMT_CENTER && column > 0;
-    m_alignments.push_back((centred ? Qt::AlignHCenter : Qt::AlignLeft) | Qt::AlignVCenter);
+    const Qt::Alignment side = centred ? Qt::AlignHCenter : Qt::AlignLeft | Qt::AlignAbsolute;
+    m_alignments.push_back(side | Qt::AlignVCenter);
     setColumnCount(column + 1);
-    headerItem()->setText(column, ToOneLine(heading));
+    headerItem()->setText(column, ToQString(heading));
     headerItem()->setTextAlignment(column, m_alignments.back());
     const int pixels = qRound(width * m_scale);
     header()->resizeSection(column, pixels);
@@ -77,7 +83,7 @@ int QtListView::GetColumnWidth(int column) const {
 }
 
 void QtListView::SetExtendedStyle(uint32_t style) {
-    setAllColumnsShowFocus((style & LVS_EX_FULLROWSELECT) != 0);
+    setAllColumnsShowFocus(m_ownerDrawn || (style & LVS_EX_FULLROWSELECT) != 0);
 }
 
 void QtListView::SetImageList(const ImageStrip& images) {
@@ -90,9 +96,14 @@ void QtListView::SetImageList(const ImageStrip& images) {
     setIconSize(QSize(images.width, images.height));
 }
 
+void QtListView::SetEmptyText(std::u16string_view text) {
+    m_emptyText = ToQString(text);
+    viewport()->update();
+}
+
 void QtListView::InsertItem(int row, std::u16string_view text, int image) {
     auto* item = new QTreeWidgetItem;
-    item->setText(0, ToOneLine(text));
+    item->setText(0, ToQString(text));
     if (image >= 0 && static_cast<size_t>(image) < m_icons.size()) {
         item->setIcon(0, m_icons[static_cast<size_t>(image)]);
     }
@@ -105,7 +116,7 @@ void QtListView::InsertItem(int row, std::u16string_view text, int image) {
 
 void QtListView::SetItemText(int row, int column, std::u16string_view text) {
     if (QTreeWidgetItem* item = topLevelItem(row)) {
-        item->setText(column, ToOneLine(text));
+        item->setText(column, ToQString(text));
     }
 }
 
@@ -127,6 +138,30 @@ void QtListView::DeleteAllItems() {
 int QtListView::GetSelectedItem() const {
     const QList<QTreeWidgetItem*> selected = selectedItems();
     return selected.isEmpty() ? -1 : indexOfTopLevelItem(selected.first());
+}
+
+void QtListView::EnsureVisible(int row) {
+    scrollToItem(topLevelItem(row));
+}
+
+std::vector<int> QtListView::GetColumnWidths() const {
+    std::vector<int> widths(m_alignments.size());
+    for (size_t i = 0; i < widths.size(); ++i) {
+        const int column = static_cast<int>(i);
+        widths[i] = column == m_stretch && !m_userWidth ? 0 : columnWidth(column);
+    }
+    return widths;
+}
+
+void QtListView::SetColumnWidths(const std::vector<int>& widths) {
+    const QScopedValueRollback fitting(m_fitting, true);
+    for (int column = 0; column < std::min(columnCount(), static_cast<int>(widths.size()));
+         ++column) {
+        if (const int width = widths[static_cast<size_t>(column)]; width > 0) {
+            header()->resizeSection(column, width);
+            m_userWidth = m_userWidth || column == m_stretch;
+        }
+    }
 }
 
 void QtListView::drawRow(QPainter* painter, const QStyleOptionViewItem& option,
@@ -156,12 +191,19 @@ void QtListView::drawRow(QPainter* painter, const QStyleOptionViewItem& option,
     painter->restore();
 }
 
-// A list that has had no selection yet has a current row all the same, and Qt would start beside
-// it.
 void QtListView::keyPressEvent(QKeyEvent* event) {
+    const QList<QTreeWidgetItem*> selected = selectedItems();
     const bool steps = event->key() == Qt::Key_Down || event->key() == Qt::Key_Up;
-    if (steps && selectedItems().isEmpty() && topLevelItemCount() > 0) {
+    if (steps && selected.isEmpty() && topLevelItemCount() > 0) {
+        // A list that has had no selection yet has a current row all the same, and Qt would start
+        // beside it.
         setCurrentItem(currentItem() != nullptr ? currentItem() : topLevelItem(0));
+    } else if (event->matches(QKeySequence::Copy)) {
+        if (!selected.isEmpty()) {
+            QApplication::clipboard()->setText(selected.first()->text(0));
+        }
+    } else if (event->key() == Qt::Key_Delete && !(event->modifiers() & ~Qt::KeypadModifier)) {
+        m_handlers.deleteKey();
     } else {
         QTreeWidget::keyPressEvent(event);
     }
@@ -172,6 +214,31 @@ void QtListView::mouseDoubleClickEvent(QMouseEvent* event) {
     if (event->button() == Qt::LeftButton) {
         m_handlers.notify(NM_DBLCLK);
     }
+}
+
+void QtListView::paintEvent(QPaintEvent* event) {
+    QTreeWidget::paintEvent(event);
+    if (topLevelItemCount() == 0) {
+        const int margin = fontMetrics().height();
+        QPainter painter(viewport());
+        painter.drawText(viewport()->rect().adjusted(margin, 0, -margin, 0),
+                         Qt::AlignCenter | Qt::TextWordWrap, m_emptyText);
+    }
+}
+
+bool QtListView::viewportEvent(QEvent* event) {
+    if (event->type() != QEvent::ToolTip) {
+        return QTreeWidget::viewportEvent(event);
+    }
+    const auto* help = static_cast<QHelpEvent*>(event);
+    const QModelIndex index = indexAt(help->pos());
+    const bool cut =
+        index.isValid() && sizeHintForIndex(index).width() > columnWidth(index.column());
+    // A tool tip may be rich text, and a name from the network never is.
+    const QString text = QStringLiteral("<span style='white-space:pre-wrap'>%1</span>")
+                             .arg(index.data().toString().toHtmlEscaped());
+    QToolTip::showText(help->globalPos(), cut ? text : QString(), viewport(), visualRect(index));
+    return true;
 }
 
 void QtListView::resizeEvent(QResizeEvent* event) {

@@ -16,6 +16,7 @@ class QtListView final : public QTreeWidget, public ListView {
     struct Handlers {
         std::function<void(uint16_t code)> notify;
         std::function<void(DRAWITEMSTRUCT& request)> draw;  // of an owner-drawn list
+        std::function<void()> deleteKey;
     };
 
     // `scale`: pixels for each pixel of a column width.
@@ -25,18 +26,26 @@ class QtListView final : public QTreeWidget, public ListView {
     int GetColumnWidth(int column) const override;
     void SetExtendedStyle(uint32_t style) override;
     void SetImageList(const ImageStrip& images) override;
+    void SetEmptyText(std::u16string_view text) override;
     void InsertItem(int row, std::u16string_view text, int image) override;
     void SetItemText(int row, int column, std::u16string_view text) override;
     void DeleteItem(int row) override;
     void DeleteAllItems() override;
     int GetSelectedItem() const override;
+    void EnsureVisible(int row) override;
+
+    // As WindowLayout has them.
+    std::vector<int> GetColumnWidths() const;
+    void SetColumnWidths(const std::vector<int>& widths);
 
  protected:
     void drawRow(QPainter* painter, const QStyleOptionViewItem& option,
                  const QModelIndex& index) const override;
     void keyPressEvent(QKeyEvent* event) override;
     void mouseDoubleClickEvent(QMouseEvent* event) override;
+    void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
+    bool viewportEvent(QEvent* event) override;
 
  private:
     void FitStretchColumn();
@@ -51,6 +60,7 @@ class QtListView final : public QTreeWidget, public ListView {
     bool m_quiet = false;      // the selection changes, but not by the user
     std::vector<Qt::Alignment> m_alignments;
     std::vector<QIcon> m_icons;
+    QString m_emptyText;
 };
 
 }  // namespace brenholt

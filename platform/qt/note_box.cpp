@@ -17,7 +17,11 @@ NoteBox::NoteBox(const ControlTemplate& control)
     // It would cover the last of the lines that the box is made for.
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setUndoRedoEnabled(false);
-    document()->setDocumentMargin(1);
+    // Below the lines there is no room to give away.
+    document()->setDocumentMargin(0);
+    setViewportMargins(2, 1, 0, 0);
+    setBackgroundRole(QPalette::Base);
+    setAutoFillBackground(true);
 }
 
 void NoteBox::SetText(std::u16string_view text) {

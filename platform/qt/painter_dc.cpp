@@ -32,7 +32,7 @@ QImage ToQImage(const ImageStrip& images) {
 }
 
 int PainterDc::GetTextExtent(std::u16string_view text) {
-    return m_painter.fontMetrics().horizontalAdvance(ToOneLine(text));
+    return m_painter.fontMetrics().horizontalAdvance(ToQString(text));
 }
 
 void PainterDc::ExtTextOutW(int x, int y, uint32_t options, const RECT& rect,
@@ -45,7 +45,7 @@ void PainterDc::ExtTextOutW(int x, int y, uint32_t options, const RECT& rect,
         m_painter.setClipRect(ToQRect(rect), Qt::IntersectClip);
     }
     m_painter.setPen(m_text);
-    m_painter.drawText(QPoint(x, y + m_painter.fontMetrics().ascent()), ToOneLine(text));
+    m_painter.drawText(QPoint(x, y + m_painter.fontMetrics().ascent()), ToQString(text));
     m_painter.restore();
 }
 

@@ -17,9 +17,16 @@ void PlaceOverOwner(QWidget& window) {
     }
     window.winId();  // makes the window's handle
     window.windowHandle()->setTransientParent(owner->windowHandle());
+    if (window.windowTitle().isEmpty()) {
+        window.setWindowTitle(owner->windowTitle());
+    }
+    if (window.windowIcon().isNull()) {
+        window.setWindowIcon(owner->windowIcon());
+    }
     const QRect screen = owner->screen()->availableGeometry();
     QRect place(QPoint(), window.size());
-    place.moveCenter(owner->frameGeometry().center());
+    // Not its frame: there are window managers that have none to tell of.
+    place.moveCenter(owner->geometry().center());
     window.move(std::clamp(place.x(), screen.left(),
                            std::max(screen.left(), screen.right() - place.width())),
                 std::clamp(place.y(), screen.top(),

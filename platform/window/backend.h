@@ -6,21 +6,23 @@
 // needs nothing of the module but these headers. Tests put a scripted backend in its place
 // (SetWindowBackend).
 //
-// Threads. All calls come on the thread that called CreateDialog; events go back on that thread.
-// A backend whose windows belong to another thread refuses (CreateDialog gives null).
+// Threads. Any thread may call CreateDialog; all calls for that window come on it, and events go
+// back on it. On which thread the toolkit lives is the backend's affair. While one thread has a
+// window, another is refused (CreateDialog gives null).
 //
-// Failures. CreateDialog gives null when there can be no windows: no display, a wrong thread, a
-// toolkit that is not there. Nothing shown, nothing aborted, nothing printed beyond one line on
-// stderr; DoModal then gives -1. No other operation fails. std::bad_alloc may leave any operation
-// of a backend; nothing is thrown out of DialogEvents, so no exception crosses the toolkit's
-// frames.
+// Failures. CreateDialog gives null when there can be no windows: no display, none any more, a
+// toolkit that is not there. Nothing shown, nothing aborted, nothing printed; DoModal then gives -1.
+// No other operation fails. std::bad_alloc may leave any operation of a backend; nothing is thrown
+// out of DialogEvents, so no exception crosses the toolkit's frames.
 //
 // Ownership. The backend is a singleton that nobody deletes. The caller of CreateDialog owns the
 // window; list and address views live in their window. Texts, templates and images that are passed
 // in are copied if they are needed after the call, except that the template outlives its window.
 //
 // Texts are UTF-16 and plain: they may come from the network and are never taken for markup. They
-// may hold lone surrogates. Lines are separated by CR LF.
+// may hold lone surrogates. Lines are separated by CR LF; only notes and message boxes have several,
+// and no other text holds a control character. They are English, and so are read from left to
+// right, on a desktop of another language too.
 //
 // Events tell what the user did. Nothing that the framework calls raises one.
 #ifndef BRENHOLT_PLATFORM_WINDOW_BACKEND_H
@@ -31,6 +33,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/window/codes.h"
 #include "platform/window/dc.h"
@@ -62,7 +65,8 @@ class DialogEvents {
 };
 
 // A list control as shown. The framework keeps texts, headings and images itself: nothing but
-// widths and the selection is ever read back. Rows and columns count from 0.
+// widths and the selection is ever read back. Rows and columns count from 0. The pointer over a text
+// that its column cuts short brings the whole of it; Ctrl+C copies column 0 of the selected row.
 class ListView {
  public:
     // Adds a column behind the last one. `width` is in pixels of a dialog font whose average
@@ -73,6 +77,8 @@ class ListView {
     virtual void SetExtendedStyle(uint32_t style) = 0;
     // The icons of column 0, from InsertItem's index on; copied.
     virtual void SetImageList(const ImageStrip& images) = 0;
+    // A sentence that stands in the list as long as it has no rows; it wraps.
+    virtual void SetEmptyText(std::u16string_view text) = 0;
 
     // Inserts a row in front of row `row` (at the end: the number of rows), its other cells empty.
     // The selection stays on its row.
@@ -83,6 +89,8 @@ class ListView {
     virtual void DeleteAllItems() = 0;
     // The selected row, or -1.
     virtual int GetSelectedItem() const = 0;
+    // Scrolls as far as it takes to show the row. The selection stays.
+    virtual void EnsureVisible(int row) = 0;
 
  protected:
     ~ListView() = default;
@@ -100,6 +108,13 @@ class AddressView {
     ~AddressView() = default;
 };
 
+// What the user can change of a window's looks, in device-independent pixels.
+struct WindowLayout {
+    int width = 0;  // without caption and frame
+    int height = 0;
+    std::vector<int> columns;  // of its list; 0 for one that takes what the others leave
+};
+
 // A dialog's window. Made hidden; its destructor removes it, and no event comes any more.
 class DialogWindow {
  public:
@@ -114,6 +129,13 @@ class DialogWindow {
     virtual int RunModal() = 0;
     // Makes RunModal return `code` as soon as the running event is over. The first call counts.
     virtual void EndModal(int code) = 0;
+
+    virtual WindowLayout GetLayout() const = 0;
+    // A layout of a window of the same template, with the columns there. The window stays within
+    // its screen and its least size. Before RunModal.
+    virtual void SetLayout(const WindowLayout& layout) = 0;
+    // The window's icon, unless the host's application has one. Windows that it owns take it over.
+    virtual void SetIcon(const ImageStrip& image) = 0;
 
     // Text of an edit box of the template.
     virtual void SetText(int control, std::u16string_view text) = 0;
@@ -131,11 +153,13 @@ class WindowBackend {
     virtual std::unique_ptr<DialogWindow> CreateDialog(const DialogTemplate& dialog,
                                                        DialogEvents& events) = 0;
 
-    // Shows a message box over the active window and waits for its button: IDOK, or IDCANCEL;
-    // Escape and the close box are Cancel, or OK where there is no Cancel. `flags` are MB_ values.
+    // Shows a message box over the active window, under its title, and waits for its button: IDOK,
+    // or IDCANCEL; Escape and the close box are Cancel, or OK where there is no Cancel. `flags` are
+    // MB_ values.
     virtual int ShowMessageBox(std::u16string_view text, uint32_t flags) = 0;
 
-    // The pointer shows that the user has to wait. Calls nest.
+    // The pointer shows that the user has to wait; what he presses meanwhile goes nowhere. Calls
+    // nest.
     virtual void BeginWaitCursor() = 0;
     virtual void EndWaitCursor() = 0;
 
@@ -148,7 +172,7 @@ class WindowBackend {
 
 // Grows with every change of these headers: module and backend of different builds refuse each
 // other.
-inline constexpr uint32_t kWindowBackendVersion = 1;
+inline constexpr uint32_t kWindowBackendVersion = 2;
 
 // The one export of a backend: extern "C" WindowBackend* BrenholtWindowBackend(uint32_t version),
 // with default visibility. Gives the singleton, or null for another version than its own. Touches

@@ -32,6 +32,7 @@ enum : uint32_t { MB_OK = 0x00, MB_OKCANCEL = 0x01, MB_ICONHAND = 0x10, MB_ICONI
 // Styles of controls. Each kind of control has a range of its own, so that bits repeat.
 enum : uint32_t {
     BS_DEFPUSHBUTTON = 0x0001,  // Enter presses it, unless another button has the focus
+    BS_DELETEKEY = 0x10000,     // the Delete key in a list presses it
 
     ES_MULTILINE = 0x0004,    // lines are separated by CR LF
     ES_AUTOVSCROLL = 0x0040,  // may hold more lines than it shows

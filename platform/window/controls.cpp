@@ -1,5 +1,7 @@
 #include "platform/window/controls.h"
 
+#include "platform/window/shown_text.h"
+
 namespace brenholt {
 
 void CListCtrl::OnAttach(DialogWindow& window) {
@@ -25,12 +27,12 @@ void CListCtrl::InsertItem(int row, std::u16string_view text, int image) {
     inserted.texts.front() = text;
     inserted.image = image;
     m_rows.insert(m_rows.begin() + row, std::move(inserted));
-    m_view->InsertItem(row, text, image);
+    m_view->InsertItem(row, ShownOnOneLine(text), image);
 }
 
 void CListCtrl::SetItemText(int row, int column, std::u16string_view text) {
     m_rows[static_cast<size_t>(row)].texts[static_cast<size_t>(column)] = text;
-    m_view->SetItemText(row, column, text);
+    m_view->SetItemText(row, column, ShownOnOneLine(text));
     if (m_view->GetSelectedItem() == row) {
         m_parent->SendNotify(m_id, LVN_ITEMCHANGED);
     }

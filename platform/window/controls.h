@@ -28,10 +28,12 @@ class CListCtrl : public CWnd {
     // The small images; `images` outlives the rows.
     void SetImageList(const CImageList* images);
     const CImageList* GetImageList() const { return m_images; }
+    // A sentence in the place of the rows as long as there are none.
+    void SetEmptyText(std::u16string_view text) { m_view->SetEmptyText(text); }
 
     int GetItemCount() const { return static_cast<int>(m_rows.size()); }
     void InsertItem(int row, std::u16string_view text, int image);
-    // Written into the selected row, a text raises LVN_ITEMCHANGED.
+    // Written into the selected row, a text raises LVN_ITEMCHANGED. It is shown as ShownOnOneLine.
     void SetItemText(int row, int column, std::u16string_view text);
     // Empty for a column behind the last one. Good until the row changes.
     std::u16string_view GetItemText(int row, int column) const;
@@ -42,6 +44,8 @@ class CListCtrl : public CWnd {
     // If the row was selected, none is after it.
     void DeleteItem(int row);
     void DeleteAllItems();
+    // Scrolls as far as it takes to show the row.
+    void EnsureVisible(int row) { m_view->EnsureVisible(row); }
 
     POSITION GetFirstSelectedItemPosition() const { return m_view->GetSelectedItem() + 1; }
     // The selected row, or -1; moves on behind it.

@@ -1,10 +1,37 @@
 #include "platform/window/dialog.h"
 
-#include <algorithm>
+#include <map>
+#include <mutex>
+#include <utility>
 
 #include "platform/window/backend_loader.h"
+#include "platform/window/image_list.h"
 
 namespace brenholt {
+namespace {
+
+// How the user left the windows, by template, for the life of the module.
+class LayoutMemory {
+ public:
+    void Keep(int dialog, WindowLayout layout) {
+        const std::lock_guard lock(m_mutex);
+        m_layouts[dialog] = std::move(layout);
+    }
+    void Restore(int dialog, DialogWindow& window) {
+        const std::lock_guard lock(m_mutex);
+        if (const auto found = m_layouts.find(dialog); found != m_layouts.end()) {
+            window.SetLayout(found->second);
+        }
+    }
+
+ private:
+    std::mutex m_mutex;
+    std::map<int, WindowLayout> m_layouts;
+};
+
+LayoutMemory g_layoutMemory;
+
+}  // namespace
 
 void DDX_Control(CDataExchange* pDX, int id, CWnd& control) {
     pDX->m_dialog.Bind(control, id);
@@ -45,12 +72,19 @@ int CDialog::DoModal() {
     }
     const OpenWindow open(*this);
     OnInitDialog();
-    return m_window->RunModal();
+    g_layoutMemory.Restore(m_template.id, *m_window);
+    const int code = m_window->RunModal();
+    g_layoutMemory.Keep(m_template.id, m_window->GetLayout());
+    return code;
 }
 
 void CDialog::UpdateData(int save) {
     CDataExchange exchange{*this, *m_window, save != 0};
     DoDataExchange(&exchange);
+}
+
+void CDialog::SetIcon(const CImageList& images) {
+    m_window->SetIcon(images.GetStrip());
 }
 
 void CDialog::OnOK() {

@@ -14,6 +14,7 @@
 namespace brenholt {
 
 class CDialog;
+class CImageList;
 
 // A control of a dialog. Its operations may be called from OnInitDialog's base on until OnDestroy
 // is through.
@@ -61,7 +62,7 @@ class CDialog : private DialogEvents {
 
     // Runs the dialog on the calling thread until EndDialog; gives its code. -1 when there can be
     // no window, or no memory while it is open. WM_DESTROY comes on every way out of an open
-    // dialog.
+    // dialog. The window opens with the size and column widths of the last one of its template.
     int DoModal();
 
     // 0: fields to controls; else controls to fields.
@@ -89,6 +90,9 @@ class CDialog : private DialogEvents {
     void OnClose() { OnCancel(); }
 
     void EndDialog(int code) { m_window->EndModal(code); }
+
+    // Gives the window its icon, the first of `images`, from OnInitDialog.
+    void SetIcon(const CImageList& images);
 
  private:
     class OpenWindow;

@@ -75,11 +75,12 @@ TEST_F(InputDialogTest, AnAnswerIsHandedBackUnlessAFieldChangedSince) {
 }
 
 TEST_F(InputDialogTest, SilenceIsShownAndOkStillGivesTheAddress) {
-    panels["10.0.0.7"] = "IP ARM 0000 ";
+    panels["10.0.0.7"] = "IP ARM 0000 a\r\nb";
     Run([&](ScriptedWindow& window) {
         window.Type(1022, {10, 0, 0, 7});
         window.Press(1028);
-        EXPECT_EQ(window.Shown(1029), u"IP : 10.0.0.7\r\nProject : \r\nBren Version : 0.00");
+        EXPECT_EQ(window.Shown(1029),
+                  u"IP : 10.0.0.7\r\nProject : a\\x0D\\x0Ab\r\nBren Version : 0.00");
         panels.clear();
         window.Press(1028);
         EXPECT_EQ(window.Shown(1029), u"Not found target Tavrin!");

@@ -53,10 +53,11 @@ class PickerTest : public DialogFixture {};
 TEST_F(PickerTest, TheDoorStoresTheChoiceAndCounts) {
     link->m_ping.m_strSelIp = u"before";
     Hear(u"10.0.0.5", u"Line1", kCpuArm, 102);
-    Hear(u"10.9.0.6", u"100%s", kCpuUnknown, -7);
+    Hear(u"10.9.0.6", u"100%s\n", kCpuUnknown, -7);
     backend.Then([&](ScriptedWindow& window) {
         EXPECT_THAT(window.Rows(), ElementsAre(Cells{u"10.0.0.5", u"Line1", u"4000"},
-                                               Cells{u"10.9.0.6", u"100%s", u"4000"}));
+                                               Cells{u"10.9.0.6", u"100%s\\x0A", u"4000"}));
+        EXPECT_EQ(window.list.emptyText, u"No panel heard yet. Refresh looks again.");
         window.Press(IDOK);
         EXPECT_THAT(backend.TakeBoxes(),
                     ElementsAre(Box{
@@ -81,12 +82,12 @@ TEST_F(PickerTest, TheDoorStoresTheChoiceAndCounts) {
     });
     EXPECT_EQ(link->m_ping.ShowPanelList(), 1);
     EXPECT_EQ(link->m_ping.m_strSelIp, u"10.9.0.6");
-    EXPECT_EQ(link->m_ping.m_strSelProject, u"100%s");
+    EXPECT_EQ(link->m_ping.m_strSelProject, u"100%s\n");
     EXPECT_EQ(link->m_ping.m_nSelCpu, kCpuUnknown);
     EXPECT_EQ(link->m_ping.m_nSelVersion, -7);
     EXPECT_THAT(backend.boxes,
                 ElementsAre(Box{u"Connection will be changed to the following Tavrin unit.\n\n"
-                                u"IP : 10.9.0.6\n\nProject : 100%s",
+                                u"IP : 10.9.0.6\n\nProject : 100%s\\x0A",
                                 MB_ICONINFORMATION}));
     EXPECT_EQ(TargetIp(), u"192.168.0.1");
 
@@ -99,7 +100,7 @@ TEST_F(PickerTest, TheDoorStoresTheChoiceAndCounts) {
 }
 
 TEST_F(PickerTest, DrawsARowCellByCell) {
-    Hear(u"10.0.0.5", u"A long project name", kCpuArm, 102);
+    Hear(u"10.0.0.5", u"A\nlong project name", kCpuArm, 102);
     RecordingDC dc;
     const auto draw = [&](ScriptedWindow& window, uint32_t action, uint32_t state) {
         DRAWITEMSTRUCT request{0, action, state, &dc, {5, 40, 255, 56}};
@@ -115,7 +116,7 @@ TEST_F(PickerTest, DrawsARowCellByCell) {
             "image 0 5 40 1 ",
             "write 24 43 6 21 40 105 56 10.0.0.5 ",
             "align 0 ",
-            "write 108 43 6 105 40 205 56 A long... ",
+            "write 108 43 6 105 40 205 56 A\\x0Al... ",
             "align 0 ",
             "write 208 43 6 205 40 255 56 4000 ",
             "text 8 ",

@@ -29,17 +29,21 @@ class ScriptedList final : public ListView {
     int GetColumnWidth(int column) const override;
     void SetExtendedStyle(uint32_t style) override { extendedStyle = style; }
     void SetImageList(const ImageStrip& images) override { icons = images; }
+    void SetEmptyText(std::u16string_view text) override { emptyText = text; }
     void InsertItem(int row, std::u16string_view text, int image) override;
     void SetItemText(int row, int column, std::u16string_view text) override;
     void DeleteItem(int row) override;
     void DeleteAllItems() override;
     int GetSelectedItem() const override { return selected; }
+    void EnsureVisible(int row) override { shown = row; }
 
     std::vector<Column> columns;
     std::vector<Cells> rows;
     uint32_t extendedStyle = 0;
     ImageStrip icons;
+    std::u16string emptyText;
     int selected = -1;
+    int shown = -1;                        // the row last scrolled to
     std::optional<int> rowsUntilNoMemory;  // InsertItem throws when this many more are there
 };
 
@@ -78,6 +82,9 @@ class ScriptedWindow final : public DialogWindow {
 
     int RunModal() override;
     void EndModal(int code) override;
+    WindowLayout GetLayout() const override { return layout; }
+    void SetLayout(const WindowLayout& restored) override { layout = restored; }
+    void SetIcon(const ImageStrip& image) override { icon = image; }
     void SetText(int control, std::u16string_view text) override { texts[control] = text; }
     std::u16string GetText(int control) const override { return texts.at(control); }
     ListView& GetList(int control) override;
@@ -87,6 +94,8 @@ class ScriptedWindow final : public DialogWindow {
     ScriptedList list;
     ScriptedAddress address;
     std::map<int, std::u16string> texts;
+    WindowLayout layout;
+    ImageStrip icon;
 
  private:
     int ListId() const;

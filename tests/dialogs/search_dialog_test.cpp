@@ -1,6 +1,8 @@
 // The search dialog and slot 1's door to it.
 #include <gmock/gmock.h>
 
+#include <thread>
+
 #include "dialogs/dlg_search_tg.h"
 #include "tests/dialogs/dialog_fixture.h"
 
@@ -30,15 +32,18 @@ class SearchDialogTest : public DialogFixture {
 
 TEST_F(SearchDialogTest, MergesThePanelsHeardAndTheUsersList) {
     Hear(u"10.0.0.5", u"Line1", kCpuArm, 102);
-    Hear(u"10.9.0.5", u"Far", kCpuArm, 102);
+    Hear(u"10.9.0.5", u"Far\r\nTavrin IP", kCpuArm, 102);
     Hear(u"10.9.0.6", u"", kCpuUnknown, 0);
     Enter(u"10.0.0.5");
     Enter(u"10.9.0.6");
     Run([](ScriptedWindow& window) {
+        EXPECT_EQ(window.list.emptyText,
+                  u"No panel of this network heard yet. Insert adds an address.");
+        EXPECT_EQ(window.icon.count, 1);
         EXPECT_THAT(window.Rows(), ElementsAre(Cells{u"10.0.0.5", u"Line1", u"4000", u"Auto"},
                                                Cells{u"10.9.0.6", u"", u"1028", u"Manual"}));
         EXPECT_EQ(window.Shown(1008),
-                  u"Different network Tavrin : 10.9.0.5  Far\r\n"
+                  u"Different network Tavrin : 10.9.0.5  Far\\x0D\\x0ATavrin IP\r\n"
                   u"Different network Tavrin : 10.9.0.6  \r\n");
         EXPECT_EQ(window.list.extendedStyle, LVS_EX_FULLROWSELECT);
         std::vector<std::pair<std::u16string, int>> columns;
@@ -48,9 +53,34 @@ TEST_F(SearchDialogTest, MergesThePanelsHeardAndTheUsersList) {
         }
         EXPECT_THAT(columns, ElementsAre(std::pair(u"IP Addr", 120), std::pair(u"Project", 150),
                                          std::pair(u"Port", 50), std::pair(u"Search", 70)));
+        window.layout = {500, 400, {130, 0, 60, 80}};
         window.CloseBox();
     });
     EXPECT_THAT(UserList(), ElementsAre(u"10.0.0.5", u"10.9.0.6"));
+    Forget();
+    Run([](ScriptedWindow& window) {
+        EXPECT_EQ(window.list.emptyText,
+                  u"No panel heard yet. Refresh looks again, Insert adds an address.");
+        EXPECT_EQ(window.layout.width, 500);
+        EXPECT_EQ(window.layout.height, 400);
+        EXPECT_THAT(window.layout.columns, ElementsAre(130, 0, 60, 80));
+        window.CloseBox();
+    });
+}
+
+// A name must not write lines of its own into the box, nor turn those around that follow.
+TEST_F(SearchDialogTest, NamesStayOnTheirLineAndComeBackWhole) {
+    const std::u16string name = u"A\nSearch Type : \u202EB\u2028\x85\t\\";
+    Hear(u"10.0.0.5", name, kCpuArm, 102);
+    Run([&](ScriptedWindow& window) {
+        const std::u16string shown = u"A\\x0ASearch Type : \\u202EB\\u2028\\x85\\x09\\";
+        EXPECT_EQ(window.Rows()[0][1], shown);
+        window.Select(0);
+        EXPECT_EQ(window.Shown(1008), u"Tavrin IP : 10.0.0.5\r\nProject Name : " + shown +
+                                          u"\r\nBren Version : 1.02\r\nSearch Type : Auto");
+        window.Press(IDOK);
+    });
+    EXPECT_EQ(dialog.m_strProject, name);
 }
 
 TEST_F(SearchDialogTest, RowsAndSelectionAreRebuiltOnlyByRefresh) {
@@ -169,8 +199,11 @@ TEST_F(SearchDialogTest, InsertAddsOneManualRowForANewAddress) {
         insert({10, 0, 0, 9}, false);
         EXPECT_EQ(window.Rows().size(), 1U);
         insert({10, 0, 0, 9}, true);
+        EXPECT_EQ(window.list.shown, 1);
         insert({10, 0, 0, 9}, true);
         insert({10, 0, 0, 5}, true);
+        EXPECT_EQ(window.list.shown, 0);
+        EXPECT_EQ(window.list.selected, -1);
         EXPECT_THAT(window.Rows(), ElementsAre(Cells{u"10.0.0.5", u"Line1", u"4000", u"Auto"},
                                                Cells{u"10.0.0.9", u"Nine", u"1028", u"Manual"}));
         // The user's list keeps no project.
@@ -246,6 +279,11 @@ TEST_F(SearchDialogTest, TheDoorAdoptsWhatWasConfirmed) {
     backend.Then([&](ScriptedWindow& window) {
         EXPECT_EQ(window.Rows().size(), 2U);
         window.Select(1);
+        // A second call, nested or from elsewhere, changes nothing under the open dialog.
+        folder.Write("UserTavrinIp.ipc", "127.0.0.10\n");
+        EXPECT_EQ(link->SelectTarget(0), 0);
+        std::thread([&] { EXPECT_EQ(link->SelectTarget(0), 0); }).join();
+        EXPECT_THAT(UserList(), ElementsAre(u"127.0.0.9"));
         window.CloseBox();
     });
     EXPECT_EQ(link->SelectTarget(0), 0);

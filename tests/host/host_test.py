@@ -199,6 +199,7 @@ class Commands(Case):
                                     timeout=60)
             self.assertEqual((result.returncode, result.stdout), (3, b""))
             self.assertIn(b"no display", result.stderr)
+            self.assertEqual(result.stderr.count(b"\n"), 1, result.stderr)
 
 
 class Files(Case):

@@ -1,7 +1,10 @@
 // Dialogs and message boxes as wholes: keys, ends, nesting, owners, notes.
-#include <QLabel>
+#include <QHeaderView>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPlainTextEdit>
+#include <QScrollBar>
+#include <QTreeWidget>
 #include <QWindow>
 
 #include "tests/qt/window_fixture.h"
@@ -88,6 +91,7 @@ TEST(Dialog, EndsBeforeItRanOrWhenTheApplicationQuits) {
 
 TEST(Dialog, NestsOverItsOwner) {
     OpenDialog outer(kSearchTemplate);
+    outer.window->SetIcon({1, 1, 1, {0xFFFF0000}});
     std::vector<int> ends;
     QWidget* search = nullptr;
     outer.listener.onEvent = [&](uint32_t, int control) {
@@ -99,6 +103,9 @@ TEST(Dialog, NestsOverItsOwner) {
             if (id == IDC_TARGET_CONNECT) {
                 WhenOpen([&](QWidget& box) {
                     EXPECT_EQ(box.windowHandle()->transientParent()->title(), "Target IP");
+                    EXPECT_EQ(box.windowTitle(), "Target IP");
+                    EXPECT_EQ(box.windowIcon().cacheKey(), search->windowIcon().cacheKey());
+                    EXPECT_FALSE(box.windowIcon().isNull());
                     Key(Qt::Key_Escape);
                 });
                 ends.push_back(Backend().ShowMessageBox(u"?", MB_OKCANCEL));
@@ -106,8 +113,8 @@ TEST(Dialog, NestsOverItsOwner) {
         };
         ends.push_back(inner.Run([&](QWidget& target) {
             EXPECT_EQ(target.windowHandle()->transientParent(), search->windowHandle());
-            const QPoint apart = target.frameGeometry().center() - search->frameGeometry().center();
-            EXPECT_LE(apart.manhattanLength(), 30);  // the frames differ
+            const QPoint apart = target.geometry().center() - search->geometry().center();
+            EXPECT_LE(apart.manhattanLength(), 30);  // one's frame, the other one's inside
             Click(target, "Connect");
             EXPECT_EQ(QApplication::activeModalWidget(), &target);
             Click(target, "OK");
@@ -159,6 +166,54 @@ TEST(Dialog, GrowsByItsAnchorsOrNotAtAll) {
     });
 }
 
+TEST(Dialog, ReadsFromLeftToRightOnAnyDesktop) {
+    MakeHost();
+    QApplication::setLayoutDirection(Qt::RightToLeft);
+    OpenDialog target(kTargetTemplate);
+    target.Run([](QWidget& window) {
+        int right = 0;
+        for (const QLineEdit* field : window.findChildren<QLineEdit*>()) {
+            EXPECT_GE(field->x(), right);
+            right = field->geometry().right();
+        }
+        Key(Qt::Key_Escape);
+    });
+    OpenDialog picker(kPickerTemplate);
+    ListView& list = picker.window->GetList(IDC_PICKER_LIST);
+    list.InsertColumn(u"IP Addr", LVCFMT_CENTER, 100);
+    list.InsertColumn(u"Project", LVCFMT_CENTER, 100);
+    picker.Run([](QWidget& window) {
+        const QHeaderView& header = *window.findChild<QTreeWidget*>()->header();
+        EXPECT_EQ(header.sectionViewportPosition(0), 0);
+        Key(Qt::Key_Escape);
+    });
+}
+
+TEST(Dialog, FramesAreWholeOnAScaledDesktop) {
+    if (QCoreApplication::instance() != nullptr) {
+        GTEST_SKIP() << "needs a process of its own, as ctest gives it";
+    }
+    qputenv("QT_SCALE_FACTOR", "1.5");
+    OpenDialog open(kSearchTemplate);
+    open.Run([](QWidget& window) {
+        const QImage shown = window.grab().toImage();
+        const auto at = [&](QPoint point) { return shown.pixelColor(point * 1.5); };
+        const QColor outside = at(QPoint(2, 2));
+        for (const QFrame* framed :
+             window.findChildren<QAbstractScrollArea*>(QString(), Qt::FindDirectChildrenOnly)) {
+            const QRect frame = framed->geometry();
+            const QPoint middle = frame.center();
+            for (const QPoint side :
+                 {QPoint(frame.left(), middle.y()), QPoint(frame.right(), middle.y()),
+                  QPoint(middle.x(), frame.top()), QPoint(middle.x(), frame.bottom())}) {
+                EXPECT_NE(at(side), outside) << side.x() << ' ' << side.y();
+                EXPECT_NE(at(side), at(middle)) << side.x() << ' ' << side.y();
+            }
+        }
+        Key(Qt::Key_Escape);
+    });
+}
+
 TEST(Dialog, NotesArePlainLinesThatComeBackWhole) {
     OpenDialog open(kSearchTemplate);
     const std::u16string note = u"<b>x</b>\r\n&y\xA0\xD800\r\n" + std::u16string(300, u'w');
@@ -174,6 +229,17 @@ TEST(Dialog, NotesArePlainLinesThatComeBackWhole) {
         EXPECT_EQ(box->blockCount(), 3);
         Key(Qt::Key_Escape);
     });
+    // The lines that a box is made for need no scroll bar.
+    for (int points = 7; points < 20; ++points) {
+        QApplication::setFont(QFont("DejaVu Sans", points));
+        OpenDialog sized(kSearchTemplate);
+        sized.window->SetText(IDC_SEARCH_NOTE, u"1\r\n2\r\n3\r\n4");
+        sized.Run([&](QWidget& window) {
+            EXPECT_EQ(window.findChild<QPlainTextEdit*>()->verticalScrollBar()->maximum(), 0)
+                << points;
+            Key(Qt::Key_Escape);
+        });
+    }
 }
 
 TEST(MessageBox, AnswersAndShowsTextAsItIs) {

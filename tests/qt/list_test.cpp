@@ -1,5 +1,8 @@
 // Lists: rows, selection, columns, and the drawing of rows by their owner.
+#include <QClipboard>
 #include <QHeaderView>
+#include <QHelpEvent>
+#include <QToolTip>
 #include <QTreeWidget>
 
 #include "tests/qt/window_fixture.h"
@@ -22,6 +25,18 @@ void Fill(ListView& list, int rows) {
     }
 }
 
+// What is painted of a widget.
+class PaintWatch final : public QObject {
+ public:
+    bool eventFilter(QObject* /*widget*/, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            painted += static_cast<QPaintEvent*>(event)->region();
+        }
+        return false;
+    }
+    QRegion painted;
+};
+
 QPoint MiddleOf(const QTreeWidget& tree, int row, int column) {
     const QModelIndex index = tree.model()->index(row, column);
     return tree.visualRect(index).center();
@@ -39,6 +54,8 @@ TEST(List, SelectsByKeysAndTellsEachChangeOnce) {
         Key(Qt::Key_Down);
         EXPECT_EQ(list.GetSelectedItem(), 1);
         EXPECT_EQ(open.listener.events, (std::vector<Event>(2, kChanged)));
+        Key(Qt::Key_C, Qt::ControlModifier);
+        EXPECT_EQ(QApplication::clipboard()->text(), "192.168.0.2");
 
         list.InsertItem(0, u"first", 0);
         EXPECT_EQ(list.GetSelectedItem(), 2);
@@ -54,6 +71,10 @@ TEST(List, SelectsByKeysAndTellsEachChangeOnce) {
         EXPECT_EQ(list.GetSelectedItem(), -1);
         Key(Qt::Key_Down);
         EXPECT_EQ(open.listener.events, (std::vector<Event>(3, kChanged)));
+        Key(Qt::Key_Delete, Qt::ShiftModifier);
+        Key(Qt::Key_Delete);
+        EXPECT_EQ(open.listener.events.size(), 4U);
+        EXPECT_EQ(open.listener.events.back(), (Event{WM_COMMAND, IDC_SEARCH_DELETE, BN_CLICKED}));
         Key(Qt::Key_Escape);
     });
 }
@@ -73,17 +94,28 @@ TEST(List, SelectsByMouseInAnyColumn) {
     });
 }
 
-TEST(List, TextsAreOnePlainLine) {
+TEST(List, ShowsWhatItCannotHoldAndWhenItHoldsNothing) {
     OpenDialog open(kSearchTemplate);
     ListView& list = open.window->GetList(IDC_SEARCH_LIST);
-    Fill(list, 2);
-    const int usual = 0;
-    list.SetItemText(usual, 1, u"<b>bold</b>\n\u2028\tsecond");
+    Fill(list, 20);
+    list.SetItemText(0, 1, u"<b>bold</b> and longer than the column that shows it");
     open.Run([&](QWidget& window) {
-        const auto& tree = *window.findChild<QTreeWidget*>();
-        EXPECT_EQ(tree.topLevelItem(0)->text(1), "<b>bold</b>   second");
-        EXPECT_EQ(tree.visualItemRect(tree.topLevelItem(0)).height(),
-                  tree.visualItemRect(tree.topLevelItem(1)).height());
+        auto& tree = *window.findChild<QTreeWidget*>();
+        const auto tip = [&tree](int column) {
+            const QPoint place = MiddleOf(tree, 0, column);
+            QHelpEvent asked(QEvent::ToolTip, place, tree.viewport()->mapToGlobal(place));
+            QApplication::sendEvent(tree.viewport(), &asked);
+            return QToolTip::text();
+        };
+        EXPECT_EQ(tip(0), "");
+        EXPECT_TRUE(tip(1).contains("&lt;b&gt;bold&lt;/b&gt; and longer than"));
+        list.EnsureVisible(19);
+        EXPECT_TRUE(tree.viewport()->rect().contains(MiddleOf(tree, 19, 0)));
+
+        list.DeleteAllItems();
+        const QImage empty = tree.viewport()->grab().toImage();
+        list.SetEmptyText(u"Nothing here.");
+        EXPECT_NE(tree.viewport()->grab().toImage(), empty);
         Key(Qt::Key_Escape);
     });
 }
@@ -118,12 +150,32 @@ TEST(List, ColumnsFillTheListAndFollowTheUser) {
         EXPECT_EQ(list.GetColumnWidth(1), project + 240);
         Key(Qt::Key_Escape);
     });
+    // All of it comes back in the next dialog, which may be larger than its screen.
+    WindowLayout layout = open.window->GetLayout();
+    const WindowLayout unchanged = OpenDialog(kSearchTemplate).window->GetLayout();
+    EXPECT_EQ(layout.width, unchanged.width + 70);
+    for (const int height : {layout.height, 100'000}) {
+        layout.height = height;
+        OpenDialog next(kSearchTemplate);
+        ListView& restored = next.window->GetList(IDC_SEARCH_LIST);
+        Fill(restored, 1);
+        next.window->SetLayout(layout);
+        next.Run([&](QWidget& window) {
+            EXPECT_EQ(window.width(), layout.width);
+            EXPECT_LE(window.height(), window.screen()->size().height());
+            for (int column = 0; column < 4; ++column) {
+                EXPECT_EQ(restored.GetColumnWidth(column), list.GetColumnWidth(column));
+            }
+            Key(Qt::Key_Escape);
+        });
+    }
 }
 
 TEST(List, ItsOwnerDrawsTheRows) {
     OpenDialog open(kPickerTemplate);
     ListView& list = open.window->GetList(IDC_PICKER_LIST);
     Fill(list, 2);
+    list.SetExtendedStyle(0);
     const ImageStrip images{2, 1, 2, {0xFF010203, 0, 0xFFFF0000, 0}};
     const uint32_t colour = 0x00332211;
     std::vector<DRAWITEMSTRUCT> requests;
@@ -141,8 +193,14 @@ TEST(List, ItsOwnerDrawsTheRows) {
     };
     open.Run([&](QWidget& window) {
         const auto& tree = *window.findChild<QTreeWidget*>();
-        Key(Qt::Key_Down);
-        Key(Qt::Key_Down);
+        const QPoint frameEnd(tree.viewport()->width() - 1,
+                              tree.visualRect(tree.currentIndex()).top());
+        QApplication::processEvents();
+        PaintWatch watch;
+        tree.viewport()->installEventFilter(&watch);
+        QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, MiddleOf(tree, 1, 0));
+        QApplication::processEvents();
+        EXPECT_TRUE(watch.painted.contains(frameEnd)) << "a part of the focus frame is left";
         requests.clear();
         const QImage shown = tree.viewport()->grab().toImage();
         ASSERT_EQ(requests.size(), 2U);

@@ -55,25 +55,38 @@ class Listener : public DialogEvents {
     DialogWindow* window = nullptr;
 };
 
-// Calls `user` with the window that becomes the modal one and active, once it is there.
+// Calls `user`, on the GUI thread, with the window that becomes the modal one and active, once it is
+// there.
 inline void WhenOpen(std::function<void(QWidget&)> user) {
-    auto* timer = new QTimer(QApplication::instance());
-    QObject::connect(timer, &QTimer::timeout, timer,
-                     [timer, user, before = QApplication::activeModalWidget()] {
-                         QWidget* now = QApplication::activeModalWidget();
-                         if (now != nullptr && now != before && now->isActiveWindow()) {
-                             timer->stop();
-                             timer->deleteLater();
-                             user(*now);
-                         }
-                     });
-    timer->start(1);
+    QMetaObject::invokeMethod(qApp, [user, before = QApplication::activeModalWidget()] {
+        auto* timer = new QTimer(qApp);
+        QObject::connect(timer, &QTimer::timeout, timer, [timer, user, before] {
+            QWidget* now = QApplication::activeModalWidget();
+            if (now != nullptr && now != before && now->isActiveWindow()) {
+                timer->stop();
+                timer->deleteLater();
+                user(*now);
+            }
+        });
+        timer->start(1);
+    });
+}
+
+// The application of a host that calls on its thread. Kept: see the backend's own.
+inline void MakeHost() {
+    static int count = 1;
+    static char name[] = "host";
+    static char* arguments[] = {name, nullptr};
+    new QApplication(count, arguments);
 }
 
 // A dialog of a template with its listener.
 struct OpenDialog {
-    explicit OpenDialog(const DialogTemplate& dialog)
-        : window(Backend().CreateDialog(dialog, listener)) {
+    explicit OpenDialog(const DialogTemplate& dialog) {
+        if (QCoreApplication::instance() == nullptr) {
+            MakeHost();
+        }
+        window = Backend().CreateDialog(dialog, listener);
         listener.window = window.get();
     }
     // Runs the dialog; `user` acts in it and leaves it ended.

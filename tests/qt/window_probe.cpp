@@ -1,7 +1,9 @@
 // A host without Qt of its own: opens the search dialog of a backend, and prints a line for all
 // that happens.
 //   window_probe BACKEND          "refused", or "opened" and the process's locale
-//   window_probe BACKEND run      also runs the dialog until OK, Cancel or the close box
+//   window_probe BACKEND run      also runs the dialog until OK, Cancel or the close box. Refresh
+//                                 makes the user wait for a line on stdin; behind another line the
+//                                 dialog is opened a second time
 #include <dlfcn.h>
 
 #include <clocale>
@@ -20,7 +22,13 @@ class Printer : public DialogEvents {
     void OnEvent(uint32_t message, int control, uint16_t code) noexcept override {
         std::printf("event %#x %d %d row %d\n", message, control, static_cast<int16_t>(code),
                     window->GetList(IDC_SEARCH_LIST).GetSelectedItem());
-        if (control == IDC_SEARCH_TEST) {
+        if (control == IDC_SEARCH_REFRESH) {
+            backend->BeginWaitCursor();
+            std::puts("waits");
+            std::getchar();
+            backend->EndWaitCursor();
+            std::puts("waited");
+        } else if (control == IDC_SEARCH_TEST) {
             std::printf("answer %d\n", backend->ShowMessageBox(u"Sure?", MB_OKCANCEL));
         } else if (message == WM_CLOSE || control == IDOK || control == IDCANCEL) {
             window->EndModal(control);
@@ -57,6 +65,10 @@ int main(int argc, char** argv) {
         std::printf("ended %d\n", printer.window->RunModal());
     }
     printer.window.reset();
+    if (argc > 2) {
+        std::getchar();
+        std::puts(printer.backend->CreateDialog(kSearchTemplate, printer) ? "again" : "refused");
+    }
     std::printf("opened locale %s\n",
                 std::setlocale(LC_ALL, nullptr));  // NOLINT(concurrency-mt-unsafe)
     return 0;

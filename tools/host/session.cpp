@@ -118,7 +118,7 @@ void Session::Choose() {
         throw Failure(ExitCode::NoPanel,
                       display
                           ? "no panel was chosen: the dialog was closed, or could not be opened "
-                            "(is the window backend beside the module?)"
+                            "(does the display answer, is the window backend beside the module?)"
                           : "no panel was chosen: there is no display (DISPLAY and "
                             "WAYLAND_DISPLAY are not set); use --panel ADDRESS");
     }

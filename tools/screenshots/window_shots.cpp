@@ -1,8 +1,8 @@
 // Opens the module's dialogs with sample data on the Qt backend and saves what they show.
-//   window_shots FOLDER SUFFIX        writes FOLDER/<name>SUFFIX.png
+//   window_shots FOLDER SUFFIX [LOOK]        writes FOLDER/<name>SUFFIX.png
+// LOOK: dark, rtl (a desktop of a language that is read from right to left), or a font as "Family,points".
 // The user's own list of panels is neither read nor written, and nothing is sent.
 #include <QApplication>
-#include <QPushButton>
 #include <QTest>
 #include <QTimer>
 #include <QTreeWidget>
@@ -134,15 +134,33 @@ void ShootAll(Shooter& shoot) {
     shoot("target", target);
 }
 
+void SetLook(const QString& look) {
+    if (look == "dark") {
+        QPalette dark(QColor(53, 53, 53), QColor(42, 42, 42));
+        dark.setColor(QPalette::Base, QColor(35, 35, 35));
+        dark.setColor(QPalette::Highlight, QColor(42, 130, 218));
+        QApplication::setPalette(dark);
+    } else if (look == "rtl") {
+        QApplication::setLayoutDirection(Qt::RightToLeft);
+    } else {
+        QFont font;
+        font.fromString(look);
+        QApplication::setFont(font);
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fputs("usage: window_shots FOLDER SUFFIX\n", stderr);
+    if (argc < 3) {
+        std::fputs("usage: window_shots FOLDER SUFFIX [LOOK]\n", stderr);
         return 2;
     }
     Shooter shoot{QString::fromLocal8Bit(argv[1]), QString::fromLocal8Bit(argv[2])};
     const QApplication application(argc, argv);
+    if (argc > 3) {
+        SetLook(QString::fromLocal8Bit(argv[3]));
+    }
     ShootAll(shoot);
     return shoot.failed ? 1 : 0;
 }
