@@ -12,7 +12,7 @@ run_packages=(libicu72 libqt6widgets6)
 build_packages=(g++ cmake ninja-build pkg-config libicu-dev libcli11-dev nlohmann-json3-dev
     libgtest-dev libgmock-dev qt6-base-dev libxcb1-dev python3)
 test_packages=(locales fonts-dejavu-core xvfb xauth xdotool iproute2 util-linux
-    tshark dpkg-dev clang llvm libclang-rt-14-dev)
+    tshark dpkg-dev lintian clang llvm libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev)
 check_packages=(clang-tidy clang-format shellcheck flake8 mandoc)
 coverage_packages=(gcovr)

@@ -131,6 +131,11 @@ class Packages(Scratch):
         if shutil.which("tshark"):
             self.assertIn(f"/{library}/wireshark/plugins\n", run("tshark", "-G", "folders"))
 
+    def test_debian_finds_no_fault(self):
+        # What a copyright file says is the owner's to choose.
+        run("lintian", "--allow-root", "--fail-on", "error,warning", "--suppress-tags", "no-copyright-file",
+            *self.files.values())
+
     def test_links_lead_somewhere_without_the_other_packages(self):
         pages = [*(self.root / "alone").rglob("*.md")]
         self.assertGreater(len(pages), 5)
