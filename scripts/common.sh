@@ -14,7 +14,7 @@ build_packages=(g++ cmake ninja-build pkg-config libicu-dev libcli11-dev nlohman
 test_packages=(locales fonts-dejavu-core xvfb xauth xdotool iproute2 util-linux
     tshark dpkg-dev lintian clang llvm libclang-rt-14-dev)
 bench_packages=(libbenchmark-dev)
-check_packages=(clang-tidy clang-format shellcheck flake8 mandoc)
+check_packages=(clang-tidy clang-format shellcheck flake8 mandoc git)
 coverage_packages=(gcovr)
 
 # Installs what is missing of the given Debian packages; quiet and quick when nothing is.
