@@ -33,7 +33,7 @@ constexpr auto kSpin = std::chrono::microseconds(50);
 
 [[noreturn]] void Fail(const char* what) {
     std::perror(what);
-    std::exit(1);
+    std::exit(1);  // NOLINT(concurrency-mt-unsafe): one thread calls it
 }
 
 sockaddr_in Address(const char* text, uint16_t port) {

@@ -86,7 +86,7 @@ class Measure {
 void Load(const char* module) {
     void* const handle = dlopen(module, RTLD_LAZY | RTLD_LOCAL);
     if (handle == nullptr) {
-        Fail(dlerror());
+        Fail(dlerror());  // NOLINT(concurrency-mt-unsafe): the only thread
     }
     table = static_cast<const BrenholtTable*>(dlsym(handle, BRENHOLT_TABLE_SYMBOL));
 }

@@ -21,7 +21,7 @@ void WalkPage(benchmark::State& state) {
         page.insert(page.end(), record.begin(), record.end());
         page.insert(page.end(), 12, 'n');
     }
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         RecordWalk walk(page);
         size_t bytes = 0;
         while (const auto entry = walk.Next()) {
@@ -34,7 +34,7 @@ BENCHMARK(WalkPage);
 
 void ParseDescriptor(benchmark::State& state) {
     CTavrinUnit unit(u"192.168.0.2", 4000);
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         unit.ParseDescriptor(u"Packing_line_4_ARM_0102");
         benchmark::DoNotOptimize(unit.m_nVersion);
     }
@@ -42,7 +42,7 @@ void ParseDescriptor(benchmark::State& state) {
 BENCHMARK(ParseDescriptor);
 
 void ConvertText(benchmark::State& state, const std::string& bytes) {
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(WideCharToMultiByte(MultiByteToWideChar(bytes)));
     }
 }
@@ -55,7 +55,7 @@ void BuildHeader(benchmark::State& state) {
     CTvUdp link;
     link.BeginCommand(u"UP00000000", 0, u"recipes\\batch-0042.csv", nullptr, 0, nullptr, nullptr,
                       nullptr);
-    for (auto _ : state) {
+    for ([[maybe_unused]] const auto _ : state) {
         benchmark::DoNotOptimize(link.BuildHeader());
     }
 }

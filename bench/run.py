@@ -207,7 +207,8 @@ class Bench:
         cancels = [self.link("cancel", 5000)[0] for _ in range(4 * rounds)]
         late = [run[0] * 1000 - 1000 for run in silent]
         yield "load the module", f"{statistics.median(l[0] for l in loads) * 1000:.1f} ms, " \
-            f"{statistics.median(l[2] for l in loads):.0f} KiB, of which {statistics.median(l[4] for l in loads):.0f} no file backs"
+            f"{statistics.median(l[2] for l in loads):.0f} KiB, " \
+            f"of which {statistics.median(l[4] for l in loads):.0f} no file backs"
         yield "idle link", f"{idle[3] / 5:.0f} wake-ups and {idle[1] / 5 * 1000:.1f} ms of CPU a second"
         yield "a silent wait of 1 s", f"{statistics.median(s[1] for s in silent) * 100:.2f} % of a core " \
             f"(the idle link: {idle[1] / 5 * 100:.2f} %; nothing but poll every 1 ms: {slices * 100:.2f} %), " \

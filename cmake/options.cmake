@@ -12,6 +12,10 @@ endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
     target_compile_options(brenholt_options INTERFACE -Wthread-safety)
 endif()
+# Checked calls of the C library, and tables of functions that are read-only once loaded.
+target_compile_options(brenholt_options INTERFACE
+    "$<$<CONFIG:Release>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+target_link_options(brenholt_options INTERFACE "$<$<CONFIG:Release>:-Wl,-z,relro,-z,now>")
 if(BRENHOLT_SANITIZE)
     target_compile_options(brenholt_options INTERFACE -fsanitize=${BRENHOLT_SANITIZE}
         -fno-omit-frame-pointer -fno-sanitize-recover=all)
@@ -24,12 +28,4 @@ endif()
 # For the parts of the module whose time goes into waiting: every host has their pages resident.
 function(brenholt_small target)
     target_compile_options(${target} PRIVATE $<$<CONFIG:Release>:-Os>)
-endfunction()
-
-# The sanitized presets compile the sources of `target` as one: most of their build is headers. The
-# optimised preset compiles each alone, and so sees that each includes what it uses.
-function(brenholt_unity_when_sanitized target)
-    if(BRENHOLT_SANITIZE)
-        set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 0)
-    endif()
 endfunction()

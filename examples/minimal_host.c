@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
     void* module = dlopen(argv[1], RTLD_NOW | RTLD_LOCAL);
     const BrenholtTable* table = module ? dlsym(module, BRENHOLT_TABLE_SYMBOL) : NULL;
     if (table == NULL) {
-        fprintf(stderr, "%s\n", dlerror());
+        fprintf(stderr, "%s\n", dlerror()); /* NOLINT(concurrency-mt-unsafe) */
         return 2;
     }
     int result = 2;

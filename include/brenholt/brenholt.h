@@ -32,6 +32,12 @@ extern "C" {
 #define BRENHOLT_ASSERT(condition, text) _Static_assert(condition, text)
 #endif
 
+/* The release that this header comes from. A minor release only adds; the table's 24 slots stay. */
+#define BRENHOLT_VERSION_MAJOR 1
+#define BRENHOLT_VERSION_MINOR 0
+#define BRENHOLT_VERSION_PATCH 0
+#define BRENHOLT_VERSION "1.0.0"
+
 /* Name of the module's one exported symbol. */
 #define BRENHOLT_TABLE_SYMBOL "FuncTable"
 

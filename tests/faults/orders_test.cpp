@@ -14,14 +14,16 @@ constexpr int kTimeoutMs = 300;
 
 class Orders : public ModuleHost {
  protected:
-    // Each request gets what `answer` makes of it, after `delay`.
-    void Answer(std::chrono::milliseconds delay,
+    // Each request gets what `answer` makes of it, after `delay`. Those that contain `name` count: one of an
+    // earlier command may still come.
+    void Answer(std::chrono::milliseconds delay, const std::string& name,
                 const std::function<std::string(const std::string&)>& answer) {
         requests = 0;
         server->SetHook(0, [=, this](tavrin::Panel&, const tavrin::Endpoint&,
                                      tavrin::ByteView request, tavrin::Replies& replies) {
-            ++requests;
-            const std::string reply = answer(std::string(request.begin(), request.end()));
+            const std::string text(request.begin(), request.end());
+            requests += text.find(name) != std::string::npos ? 1 : 0;
+            const std::string reply = answer(text);
             if (!reply.empty()) {
                 replies = {{tavrin::Bytes(reply.begin(), reply.end()), delay}};
             }
@@ -50,28 +52,29 @@ TEST_F(Orders, StopEndsWhatHasNoEnd) {
     };
     const auto silence = [](const std::string&) { return std::string(); };
     const struct {
-        const char* name;
+        const char* name;  // of the file or folder on the panel
         std::function<int()> post;
         std::function<std::string(const std::string&)> answer;
         int after;  // requests
     } cases[] = {
         {"walk", [&] { return table->CmdGF(u"walk", folder.c_str()); }, panel, 20},
-        {"walk unanswered", [&] { return table->CmdGF(u"walk", folder.c_str()); }, silence, 1},
-        {"listing", [&] { return table->CmdDR(u"list", 20'000, entries.data()) + 1; }, panel, 20},
-        {"fetch", [&] { return table->CmdUP(u"g", folder.c_str()); }, panel, 20},
-        {"fetch unanswered", [&] { return table->CmdUP(u"g", folder.c_str()); }, silence, 2},
-        {"file", [&] { return table->CmdDL(file.c_str(), u"g"); }, panel, 20},
+        {"silent folder", [&] { return table->CmdGF(u"silent folder", folder.c_str()); }, silence,
+         1},
+        {"list", [&] { return table->CmdDR(u"list", 20'000, entries.data()) + 1; }, panel, 20},
+        {"fetched", [&] { return table->CmdUP(u"fetched", folder.c_str()); }, panel, 20},
+        {"silent file", [&] { return table->CmdUP(u"silent file", folder.c_str()); }, silence, 2},
+        {"sent", [&] { return table->CmdDL(file.c_str(), u"sent"); }, panel, 20},
         {"block",
          [&] {
              return table->CmdML(reinterpret_cast<const uint8_t*>(block.data()),
-                                 static_cast<int>(block.size()), u"g");
+                                 static_cast<int>(block.size()), u"block");
          },
          panel, 20},
     };
     StartWithPanel(1, kTimeoutMs);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        Answer(2ms, c.answer);
+        Answer(2ms, c.name, c.answer);
         table->Start(1000, kTimeoutMs, 1);
         ASSERT_EQ(c.post(), 1);
         ASSERT_TRUE(Eventually([&] { return requests >= c.after; }));

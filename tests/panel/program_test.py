@@ -3,7 +3,6 @@
 Usage: program_test.py TAVRIN_PANEL
 """
 
-import os
 import pathlib
 import re
 import shutil

@@ -38,6 +38,11 @@ TEST(DescriptorTest, IsReadFromItsEnd) {
     EXPECT_EQ(unit.m_strIp, u"10.0.0.1");
 }
 
+// No other thread runs here, so the list needs no lock.
+auto& Units(CTvPing& ping) {
+    return ping.m_listUnits;
+}
+
 class PingTest : public LinkFixture {
  protected:
     void SetUp() override {
@@ -86,10 +91,9 @@ TEST_F(PingTest, DescriptorFollowsEachBeaconThatHasOne) {
     Hear("10.0.0.1", Beacon("Line1_ARM_0102"), 4000);
     Hear("10.0.0.1", std::string(kGreeting), 4001);
     ASSERT_EQ(Listed(), std::vector<std::string>{"10.0.0.1 Line1"});
-    EXPECT_EQ(ping.m_listUnits.front()->m_nPort, 4000) << "the port of the first beacon stays";
+    EXPECT_EQ(Units(ping).front()->m_nPort, 4000) << "the port of the first beacon stays";
     Hear("10.0.0.1", std::string(kGreeting) + "?" + '\0' + "Line2_X86_0001");
-    EXPECT_EQ(ping.m_listUnits.front()->m_nCpu, kCpuUnknown)
-        << "an empty descriptor is a descriptor";
+    EXPECT_EQ(Units(ping).front()->m_nCpu, kCpuUnknown) << "an empty descriptor is a descriptor";
     EXPECT_EQ(ping.SelectUnit(u"10.0.0.1"), 1);
     EXPECT_EQ(ping.SelectUnit(u"10.0.0.2"), 0);
     EXPECT_EQ(ping.m_strSelIp, u"10.0.0.1");
@@ -108,16 +112,16 @@ TEST_F(PingTest, SilentUnitsGoWithTheNextBeaconAfterFiveSeconds) {
         wire.Advance(5'001'000);
         Hear("10.0.0.2", Beacon("Fresh_ARM_0001"), 4002);
         EXPECT_EQ(Listed(), std::vector<std::string>{"10.0.0.2 Fresh"});
-        EXPECT_EQ(ping.m_listUnits.front()->m_nPort, 4002) << "swept out and added anew";
+        EXPECT_EQ(Units(ping).front()->m_nPort, 4002) << "swept out and added anew";
         wire.Advance(6'000'000);
         Hear("10.0.0.3", Beacon());
-        ping.m_listUnits.clear();
+        Units(ping).clear();
     }
 }
 
 TEST_F(LinkFixture, UseUnitAdoptsWhatTheListenerHeard) {
-    link->m_ping.m_listUnits.push_back(std::make_unique<CTavrinUnit>(u"10.0.0.7", 4000));
-    link->m_ping.m_listUnits.back()->ParseDescriptor(u"Line_X86_0310");
+    Units(link->m_ping).push_back(std::make_unique<CTavrinUnit>(u"10.0.0.7", 4000));
+    Units(link->m_ping).back()->ParseDescriptor(u"Line_X86_0310");
     EXPECT_EQ(link->UseUnit(u"10.0.0.8"), 0);
     EXPECT_EQ(std::u16string(link->m_strTargetIp.c_str()), u"192.168.0.1");
     EXPECT_EQ(link->UseUnit(u"10.0.0.7"), 1);

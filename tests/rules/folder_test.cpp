@@ -138,7 +138,7 @@ TEST_F(FolderTest, TreesWithoutEndEnd) {
 
 TEST_F(FolderTest, CancelEndsAStepAndStopEndsTheWalk) {
     listings["p"] = {Page('0', {Record("a"), Record("b"), Record("c")})};
-    const auto during = [this](const std::function<void()>& event) {
+    const auto during = [](const std::function<void()>& event) {
         event();
         return std::optional<std::string>();
     };

@@ -234,6 +234,7 @@ TEST_P(TwoFaultsTest, OfAnyKind) {
 }
 
 // Some hundred thousand runs: enough without a sanitizer.
+GTEST_ALLOW_UNINSTANTIATED_PARAMETERIZED_TEST(TwoFaultsTest);
 INSTANTIATE_TEST_SUITE_P(Panel, TwoFaultsTest,
                          testing::ValuesIn(kSanitized ? std::vector<Speed>()
                                                       : std::vector{Speed::Unknown, Speed::Known}),

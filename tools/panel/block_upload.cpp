@@ -6,7 +6,7 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kMaxSize = 0x7FFFFFFF;  // the host's block length is a signed word
+constexpr std::size_t kMaxBlock = 0x7FFFFFFF;  // the host's block length is a signed word
 
 }  // namespace
 
@@ -20,7 +20,7 @@ BlockUpload::Outcome BlockUpload::Take(const Request& request, ByteView datagram
     } else if (!running_ || request.digit != NextDigit(digit_) || request.text != block_.text) {
         return Outcome::Refused;
     }
-    if (request.payload.size() > kMaxSize - block_.bytes.size()) {
+    if (request.payload.size() > kMaxBlock - block_.bytes.size()) {
         return Outcome::Refused;
     }
     block_.bytes.insert(block_.bytes.end(), request.payload.begin(), request.payload.end());

@@ -6,7 +6,7 @@
 namespace tavrin {
 namespace {
 
-constexpr std::array<std::string_view, kFaultCount> kNames = {
+constexpr std::array<std::string_view, kFaultCount> kFaultNames = {
     "lose-request", "silence", "stall", "lose", "double",
     "delay",        "reorder", "port",  "cut",  "garble"};
 constexpr std::uint64_t kMostGarbled = 4;
@@ -14,14 +14,14 @@ constexpr std::uint64_t kMostGarbled = 4;
 }  // namespace
 
 std::string_view FaultName(Fault fault) {
-    return kNames[static_cast<std::size_t>(fault)];
+    return kFaultNames[static_cast<std::size_t>(fault)];
 }
 
 std::string FaultSet::Text() const {
     std::string text;
     for (std::size_t i = 0; i < kFaultCount; ++i) {
         if (Has(static_cast<Fault>(i))) {
-            text.append(text.empty() ? "" : "+").append(kNames[i]);
+            text.append(text.empty() ? "" : "+").append(kFaultNames[i]);
         }
     }
     return text;

@@ -3,7 +3,7 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kMarker = 3;
+constexpr std::size_t kMarkerAt = 3;
 constexpr std::size_t kCount = 5;
 constexpr std::size_t kFirstRecord = 6;
 
@@ -31,7 +31,7 @@ std::vector<Bytes> MakePages(const std::vector<StorageEntry>& entries) {
         const Bytes& page = pages.back();
         if (page[kCount] == kMaxPageRecords ||
             page.size() + kRecordSize + entry.name.size() > kMaxDatagram) {
-            pages.back()[kMarker] = '+';
+            pages.back()[kMarkerAt] = '+';
             pages.push_back(EmptyPage());
         }
         AppendRecord(pages.back(), entry);

@@ -108,7 +108,8 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint
     return n;
 }
 
-void CAsyncSocket::AllowInterrupt() {}
+void CAsyncSocket::AllowInterrupt() {
+}
 
 void CAsyncSocket::Interrupt() {
     VirtualWire::Get().m_interrupted = true;
