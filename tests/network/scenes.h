@@ -84,6 +84,7 @@ class World {
             {"listings", {List("many", 60), Get("s1"), List("more", 60), List("few", 5)}},
             {"all kinds", {Tm(), Get("s1"), Vs(), List("few", 5), Get("other")}},
             {"queries", {Vs(), Ip(), IpOther(), Vs(), Tm(), Ip()}},
+            {"two panels", {Put("small1"), IpOther(), Make("new"), Turn(), Get("s1"), Vs()}},
             {"a folder", {Copy("few"), Get("s1")}},
             {"files sent", {Put("three"), Put("two"), Put("zeros")}},
             {"small files sent", {Put("small0"), Put("small1"), Put("small2"), Put("small3")}},
