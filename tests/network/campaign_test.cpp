@@ -11,7 +11,7 @@
 #include <set>
 
 #include "tests/support/scratch_folder.h"
-#include "tools/virtual_network/simulated_network.h"
+#include "tests/support/virtual_network/simulated_network.h"
 
 namespace brenholt {
 namespace {

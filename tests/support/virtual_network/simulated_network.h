@@ -1,14 +1,14 @@
 // The real simulated panel at the other end of the virtual wire, behind a seeded plan of faults.
-#ifndef BRENHOLT_TOOLS_VIRTUAL_NETWORK_SIMULATED_NETWORK_H
-#define BRENHOLT_TOOLS_VIRTUAL_NETWORK_SIMULATED_NETWORK_H
+#ifndef BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_SIMULATED_NETWORK_H
+#define BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_SIMULATED_NETWORK_H
 
 #include <optional>
 #include <string>
 
 #include "link/tv_udp.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 #include "tools/panel/fault_plan.h"
 #include "tools/panel/panel.h"
-#include "tools/virtual_network/virtual_wire.h"
 
 namespace brenholt {
 
