@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "link/tv_udp.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 #include "tools/panel/panel.h"
-#include "tools/virtual_network/virtual_wire.h"
 
 namespace brenholt {
 

@@ -7,7 +7,7 @@
 
 #include "commands/reply_words.h"
 #include "platform/clock.h"
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 namespace brenholt {
 namespace {
