@@ -20,11 +20,11 @@ enum class ExitCode : int {
 // Ends the run with a code and a sentence for stderr. An empty sentence says nothing.
 class Failure : public std::runtime_error {
  public:
-    Failure(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
-    ExitCode code() const { return code_; }
+    Failure(ExitCode code, const std::string& text) : std::runtime_error(text), m_code(code) {}
+    ExitCode code() const { return m_code; }
 
  private:
-    ExitCode code_;
+    ExitCode m_code;
 };
 
 }  // namespace host

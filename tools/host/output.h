@@ -56,15 +56,15 @@ class Progress {
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    bool shown() const { return terminal_; }
+    bool shown() const { return m_terminal; }
     // Whether an update would be shown now.
     bool Due() const;
     void Show(const std::string& text);
 
  private:
-    bool terminal_;
-    bool dirty_ = false;
-    Clock::time_point last_;
+    bool m_terminal;
+    bool m_dirty = false;
+    Clock::time_point m_last;
 };
 
 }  // namespace host

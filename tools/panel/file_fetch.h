@@ -18,9 +18,9 @@
 
 namespace tavrin {
 
-inline constexpr std::size_t kFetchHead = 37;
-inline constexpr std::size_t kFetchRecord = 5;
-inline constexpr std::size_t kFetchData = kMaxDatagram - kFetchHead;
+inline constexpr size_t kFetchHead = 37;
+inline constexpr size_t kFetchRecord = 5;
+inline constexpr size_t kFetchData = kMaxDatagram - kFetchHead;
 
 class FileFetch {
  public:
@@ -30,12 +30,12 @@ class FileFetch {
     void WorkAhead();
 
  private:
-    bool Prepare(std::uint64_t offset);
+    bool Prepare(uint64_t offset);
 
-    std::string path_;
-    std::optional<StoredFile> file_;
-    Bytes next_;  // the reply to a request for next_at_; empty while it is not made
-    std::uint64_t next_at_ = 0;
+    std::string m_path;
+    std::optional<StoredFile> m_file;
+    Bytes m_next;  // the reply to a request for m_nextAt; empty while it is not made
+    uint64_t m_nextAt = 0;
 };
 
 }  // namespace tavrin

@@ -39,14 +39,14 @@ class FileUpload {
     bool Accept(ByteView data);
     bool Finish();
 
-    std::unique_ptr<NewFile> file_;  // while a transfer runs
-    char digit_ = kFirstDigit;
-    Bytes last_;                 // the datagram taken last, whole
-    std::size_t unwritten_ = 0;  // bytes at its end that are not in the file yet
-    Bytes head_;  // record and short name, which every datagram of the transfer repeats
-    std::string text_;
-    FileRecord record_;
-    std::uint64_t left_ = 0;  // bytes still to come
+    std::unique_ptr<NewFile> m_file;  // while a transfer runs
+    char m_digit = kFirstDigit;
+    Bytes m_last;            // the datagram taken last, whole
+    size_t m_unwritten = 0;  // bytes at its end that are not in the file yet
+    Bytes m_head;            // record and short name, which every datagram of the transfer repeats
+    std::string m_text;
+    FileRecord m_record;
+    uint64_t m_left = 0;  // bytes still to come
 };
 
 }  // namespace tavrin

@@ -26,9 +26,9 @@ std::optional<Command> ParseCommand(std::string_view name);
 // Views into the datagram; good as long as its bytes are.
 struct Request {
     Command command = Command::TM;
-    char digit = 0;            // DR, DL, ML
-    bool last = false;         // ML: the block ends with this datagram
-    std::uint32_t offset = 0;  // UP
+    char digit = 0;       // DR, DL, ML
+    bool last = false;    // ML: the block ends with this datagram
+    uint32_t offset = 0;  // UP
     std::string_view text;
     ByteView payload;
 };

@@ -71,7 +71,7 @@ class SimulatedNetwork {
             std::chrono::duration_cast<std::chrono::microseconds>(outgoing.due - Now());
         const uint64_t delayUs =
             static_cast<uint64_t>(std::max<int64_t>(delay.count(), 0)) + kOneWayUs;
-        const uint16_t port = outgoing.other_port ? kPanelPort + 1000 : kPanelPort;
+        const uint16_t port = outgoing.otherPort ? kPanelPort + 1000 : kPanelPort;
         WireDatagram datagram{kAddress, port, kCommandPort,
                               std::string(outgoing.bytes.begin(), outgoing.bytes.end())};
         VirtualWire& wire = VirtualWire::Get();
