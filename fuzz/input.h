@@ -41,7 +41,6 @@ class FuzzInput {
         const size_t low = Byte();
         return Text(low + 256U * Byte());
     }
-    std::string Rest() { return Text(m_rest.size()); }
 
  private:
     std::string m_rest;
