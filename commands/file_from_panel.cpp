@@ -170,8 +170,8 @@ int CTvUdp::CmdUP(const char16_t* remote, const char16_t* local, int async) {
     // Copies: the texts may be the slot's own, which the command overwrites.
     const std::u16string path = remote != nullptr ? remote : u"";
     const std::u16string destination = local != nullptr ? local : u"";
-    if (const Head head = Enter(u"UP00000000", async, remote, local); head != Head::Run) {
-        return head == Head::Posted ? 1 : 0;
+    if (const std::optional<int> early = Enter(u"UP00000000", async, remote, local)) {
+        return *early;
     }
     CommandRun run(*this);
     CFolder folder;

@@ -38,8 +38,8 @@ std::u16string NormalFolder(std::u16string_view path) {
 int CTvUdp::CmdGF(const char16_t* remote, const char16_t* local, int async) {
     const std::u16string source = remote != nullptr ? remote : u"";
     const std::u16string destination = local != nullptr ? local : u"";
-    if (const Head head = Enter(u"GF", async, remote, local); head != Head::Run) {
-        return head == Head::Posted ? 1 : 0;
+    if (const std::optional<int> early = Enter(u"GF", async, remote, local)) {
+        return *early;
     }
     CommandRun run(*this);
     CFolder folder;

@@ -88,7 +88,7 @@ Listing CTvUdp::ListOnce(int maxEntries, PanelDirEntry* entries) {
     Reply reply;
     m_account.BeginTransfer();
     for (bool more = true; more;) {
-        const Outcome outcome = Exchange(-1, kRules, judge, reply);
+        const Outcome outcome = Exchange(kHeaderOnly, kRules, judge, reply);
         if (outcome != Outcome::Done || Interrupted()) {
             const bool outOfStep = outcome == Outcome::Refused && m_account.MayBeOutOfStep();
             listing.end = outOfStep ? Listing::OutOfStep : Listing::Unanswered;
@@ -132,8 +132,8 @@ void CTvUdp::SetTokenDigit(char16_t (*next)(char16_t)) {
 }
 
 int CTvUdp::CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async) {
-    if (Enter(u"DR0", async, folder, nullptr, maxEntries, entries) != Head::Run) {
-        return 0;
+    if (Enter(u"DR0", async, folder, nullptr, maxEntries, entries)) {
+        return 0;  // also when posted: no entries yet
     }
     CommandRun run(*this);
     if (entries == nullptr && maxEntries > 0) {
