@@ -11,9 +11,8 @@ namespace brenholt {
 
 // The first 17 bytes of a beacon, in either case.
 inline constexpr std::string_view kGreeting = "Is there anybody ";
-inline constexpr size_t kMaxBeacon = 1400;
 
-// A classic BPF program for a UDP socket: passes datagrams of 17 to 1400 bytes that begin with the
+// A classic BPF program for a UDP socket: passes datagrams of 17 to kMaxDatagram bytes that begin with the
 // greeting, in either case; the rest never queues, so that a flood of other datagrams cannot push
 // beacons out.
 std::span<const sock_filter> BeaconFilter();

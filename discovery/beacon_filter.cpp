@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "discovery/beacon.h"
+#include "discovery/datagram.h"
 
 namespace brenholt {
 namespace {
@@ -53,7 +54,7 @@ constexpr std::array<sock_filter, kInstructions> MakeFilter() {
     };
     add(BPF_LD | BPF_W | BPF_LEN, 0);
     dropUnless(BPF_JGE, kUdpHeader + kGreeting.size());
-    dropIf(BPF_JGT, kUdpHeader + kMaxBeacon);
+    dropIf(BPF_JGT, kUdpHeader + kMaxDatagram);
     for (uint32_t byte = 0; byte < 4 * kWords; byte += 4) {
         add(BPF_LD | BPF_W | BPF_ABS, kUdpHeader + byte);
         add(BPF_ALU | BPF_AND | BPF_K, Word(byte, CaseMask));
