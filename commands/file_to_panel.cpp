@@ -70,7 +70,7 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     const PanelFileRecord record{static_cast<uint32_t>(file.m_size), file.m_lastWrite,
                                  file.m_attribute, static_cast<uint8_t>(file.m_szFullName.size())};
     WriteRecord(std::span(m_txBuf).subspan(header).first<kRecordSize>(), record);
-    // Characters may be fewer than bytes: a name too long for its area has no place on the wire.
+    // The area counts characters, which may be fewer than the name's bytes: it does not fit then.
     if (name.size() >= nameArea) {
         return false;
     }

@@ -1,4 +1,4 @@
-// VS and IP: what the panel says of itself, as text at fixed positions.
+// VS and IP: what the panel says about itself, as text at fixed positions.
 //
 //    VS reply: 0-2 anything, 3-6, 7-10 and 11-14 one hexadecimal word each
 //    IP reply: 0-1 "IP", 3-5 "ARM" or "X86", 7-10 version in hundredths, decimal, 12- project

@@ -12,7 +12,7 @@ constexpr uint32_t kUdpHeader = 8;  // the program sees the datagram from its UD
 constexpr size_t kWords = kGreeting.size() / 4;
 static_assert(kGreeting.size() == 4 * kWords + 1, "the greeting is whole words and one blank");
 
-// Two tests of the length, three instructions a word, two for the last byte, two returns.
+// Two tests of the length, three instructions per word, two for the last byte, two returns.
 constexpr size_t kInstructions = 3 + 3 * kWords + 2 + 2;
 constexpr size_t kDrop = kInstructions - 1;
 

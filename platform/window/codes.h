@@ -6,7 +6,7 @@
 
 namespace brenholt {
 
-// Messages, as they stand in message maps.
+// Messages of message maps.
 enum : uint32_t {
     WM_DESTROY = 0x0002,  // the framework's own: the window goes, however the dialog ended
     WM_CLOSE = 0x0010,    // the close box
@@ -66,7 +66,7 @@ enum : int {
 // A colour: 0x00BBGGRR.
 using COLORREF = uint32_t;
 
-// Pixels; right and bottom lie outside.
+// Pixels; right and bottom are exclusive.
 struct RECT {
     int left = 0;
     int top = 0;

@@ -151,7 +151,7 @@ class Malformed(Case):
         reserved = record[:16] + b"\1" + record[17:]
         cases = {
             b"Cmd=XX\0": "Not a request", b"cmd=TM\0": "Not a request", b"Cmd=TM": "No NUL",
-            b"Cmd=TM\0x": "Bytes behind the text", b"Cmd=DRx\0": "No sequence digit", b"Cmd=DR": "No sequence digit",
+            b"Cmd=TM\0x": "Bytes after the text", b"Cmd=DRx\0": "No sequence digit", b"Cmd=DR": "No sequence digit",
             b"Cmd=ML0*t\0x": "No '+' or '-'", b"Cmd=ML0-t\0": "No data", b"Cmd=UP0000000a\0": "No eight",
             b"Cmd=UP00\0": "No eight", b"Cmd=DL0t\0" + record[:-1]: "record is cut",
             b"Cmd=DL0t\0" + record + b"tt": "name area", b"Cmd=DL0t\0" + record + b"t\0": "No file data",

@@ -1,4 +1,4 @@
-// What the program says: data on stdout, talk on stderr.
+// What the program says: data on stdout, messages on stderr.
 #ifndef BRENHOLT_TOOLS_HOST_OUTPUT_H
 #define BRENHOLT_TOOLS_HOST_OUTPUT_H
 
@@ -20,13 +20,13 @@ using Json = nlohmann::ordered_json;
 void PrintLine(const std::string& line);
 void PrintJson(const Json& object);
 
-// Talk on stderr, with the program's name. All but its line breaks is made harmless.
+// A message on stderr, with the program's name. All but its line breaks is made harmless.
 void Say(const std::string& text);
 
 // Whether all that was printed has been written.
 bool OutputIsWhole();
 
-// A name, in bytes of the locale's charset, as it may stand in a line on stdout: on a terminal it
+// A name, in bytes of the locale's charset, as it may appear in a line on stdout: on a terminal it
 // can do no harm; in a pipe bytes outside the charset stay, so that a script can hand the name
 // back.
 std::string Shown(std::string_view name);

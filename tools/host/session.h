@@ -48,7 +48,7 @@ class Session {
     // Opens the search dialog. Throws Failure(NoPanel) when no target came of it.
     void Choose();
 
-    // Panels heard, in the order of their arrival. The slots that tell kind and version are about
+    // Panels heard, in the order of their arrival. The slots that give kind and version are about
     // the target, so that each panel becomes it for a moment: not to be called after Connect().
     std::vector<Unit> Units();
     bool IsHeard(const std::string& address);

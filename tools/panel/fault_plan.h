@@ -79,7 +79,7 @@ class FaultPlan {
     // Whether a silence holds: beacons are not sent either.
     bool Silent(Time now) const { return now < m_silentUntil; }
     // Sends one reply at `now`: appends to `out` what goes on the wire and when, and gives the
-    // faults that befell it. With Lose or Silence in it nothing of this reply is sent.
+    // faults that happened to it. With Lose or Silence in it nothing of this reply is sent.
     FaultSet Apply(Time now, Reply reply, std::vector<Outgoing>& out);
 
  private:

@@ -42,7 +42,7 @@ bool FileFetch::Prepare(uint64_t offset) {
     m_next.resize(kFetchHead + wanted);
     m_next[kMarker] = offset + wanted == m_file->size() ? '0' : '+';
     WriteRecord(std::span(m_next).subspan(kFetchRecord), m_file->record());
-    // The check behind the read holds for what was read: it was in the file before any change.
+    // Checked after the read: what was read was in the file before any change.
     const bool read = m_file->Read(offset, std::span(m_next).subspan(kFetchHead)) == wanted;
     if (!read || !m_file->Unchanged()) {
         m_next.clear();

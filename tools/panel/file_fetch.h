@@ -24,7 +24,7 @@ inline constexpr size_t kFetchData = kMaxDatagram - kFetchHead;
 
 class FileFetch {
  public:
-    // False is a refusal: no such file, an offset behind its end, a file that changed.
+    // False is a refusal: no such file, an offset past its end, a file that changed.
     bool Read(const Storage& storage, const Request& request, Bytes& reply);
     // Between two requests: makes the reply ready that the host will want next.
     void WorkAhead();

@@ -1,11 +1,11 @@
 // One file that a host sends (DL).
 //
-// Payload of each datagram:  0  file record   25  name area   behind it  file data
+// Payload of each datagram:  0  file record   25  name area   then  file data
 //
 // The record's length byte counts the host's absolute path, and the name area has one byte more
 // than that: in it the file's short name, a zero byte, and bytes without meaning. A path of 256
-// bytes or more shows in the length byte as 256 less; it is told from a short one by a name that
-// has no end in the smaller area.
+// bytes or more shows in the length byte as 256 less; it is recognised by a name that has no
+// end in the smaller area.
 //
 // The request's text says where the file goes: a path, or a folder (it ends in a separator, or a
 // folder of that name exists) that takes the file under its short name. The file appears there when

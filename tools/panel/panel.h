@@ -39,7 +39,7 @@
 
 namespace tavrin {
 
-// What a panel tells about itself, in beacons and to IP and VS.
+// What a panel says about itself, in beacons and to IP and VS.
 struct Identity {
     std::string project = "Demo";
     std::string cpu = "ARM";  // "ARM" or "X86"
@@ -57,8 +57,8 @@ using Replies = std::vector<Reply>;
 
 class Panel {
  public:
-    // Stands in front of the panel. True: `replies` is what the host gets (nothing in it is
-    // silence) and the panel does not see the request. False: the panel answers as usual. The hook
+    // Called before the panel. True: `replies` is what the host gets (none: silence), and the
+    // panel does not see the request. False: the panel answers as usual. The hook
     // may call Answer itself to get the usual reply and change, delay or repeat it.
     using Hook = std::function<bool(Panel& panel, const Endpoint& host, ByteView datagram,
                                     Replies& replies)>;

@@ -5,8 +5,8 @@
 //   6             DR, DL: sequence digit
 //                 ML: sequence digit and '+' (more follows) or '-' (last)
 //                 UP: file offset, eight upper-case hexadecimal digits
-//   behind   N    text, ended by a zero byte
-//   behind   P    payload (DL and ML only)
+//   then     N    text, ended by a zero byte
+//   then     P    payload (DL and ML only)
 #ifndef BRENHOLT_TOOLS_PANEL_REQUEST_H
 #define BRENHOLT_TOOLS_PANEL_REQUEST_H
 
@@ -37,7 +37,7 @@ struct Request {
 bool HasRequestPrefix(ByteView datagram);
 
 // Nothing when the datagram breaks a rule of the layout: unknown command, bad digits, no zero byte,
-// bytes behind it where no payload belongs, more than 1400 bytes.
+// bytes after it where no payload belongs, more than 1400 bytes.
 std::optional<Request> ParseRequest(ByteView datagram);
 
 }  // namespace tavrin

@@ -133,10 +133,10 @@ void Server::Dispatch(size_t index, const Endpoint& host, Outgoing outgoing, Tim
         Send(index, host, outgoing);
         return;
     }
-    const auto behind = std::upper_bound(
+    const auto place = std::upper_bound(
         m_pending.begin(), m_pending.end(), outgoing.due,
         [](Time due, const Pending& pending) { return due < pending.outgoing.due; });
-    m_pending.insert(behind, Pending{std::move(outgoing), index, host});
+    m_pending.insert(place, Pending{std::move(outgoing), index, host});
 }
 
 // The record comes first: who has the reply in hand finds it in the log.

@@ -1,4 +1,4 @@
-// What a server of simulated panels is told at its start.
+// The settings of a server of simulated panels.
 #ifndef BRENHOLT_TOOLS_PANEL_SETTINGS_H
 #define BRENHOLT_TOOLS_PANEL_SETTINGS_H
 

@@ -22,7 +22,7 @@ inline constexpr uint16_t kHostPort = 10252;    // host side, where commands com
 inline constexpr size_t kMaxDatagram = 1400;    // bytes, both ways
 inline constexpr char kFirstDigit = '0';
 
-// The sequence digit behind `digit`: 0, 1 to 9, then 1 again, so that 0 marks a first packet only.
+// The sequence digit after `digit`: 0, 1 to 9, then 1 again, so that 0 marks a first packet only.
 constexpr char NextDigit(char digit) {
     return digit == '9' ? '1' : static_cast<char>(digit + 1);
 }
