@@ -19,7 +19,8 @@ std::u16string_view LastComponent(std::u16string_view path);
 
 // The rule for names that come from a panel: whether `name` is one component that stays in its folder.
 // Not empty, not "." or "..", no separator of either kind and no NUL, nor a character that
-// WideCharToMultiByte turns into one. Text, not bytes: in some code pages a letter's second byte is that of a separator.
+// WideCharToMultiByte turns into one. Text, not bytes: in some code pages a letter's second byte is that of
+// a separator.
 bool IsPlainName(std::u16string_view name);
 
 // A name from a panel as text. WideCharToMultiByte gives its bytes back unchanged, even where they are
