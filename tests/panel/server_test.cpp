@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tests/panel/fixture.h"
+#include "tools/panel/fault_text.h"
 #include "tools/panel/server.h"
 #include "tools/panel/udp.h"
 
