@@ -169,7 +169,7 @@ class Malformed(Case):
             ("VS", b"", b"ACK000100x00000", "Not four hex"), ("IP", b"", b"IP:ARM:0102", "Not \"IP\""),
             ("IP", b"", b"IP:arm:0102:", "Neither"), ("IP", b"", b"IP:ARM:01x2:", "Not four digits"),
             ("DR", b"0", b"ACK0", "page is cut"), ("DR", b"0", b"ACK0\0\2" + entry + entry[:-1], "Record 2 of 2"),
-            ("DR", b"0", b"ACK0\0\1", "Record 1 of 1"), ("DR", b"0", b"ACK0\0\1" + entry + b"x", "Bytes behind"),
+            ("DR", b"0", b"ACK0\0\1", "Record 1 of 1"), ("DR", b"0", b"ACK0\0\1" + entry + b"x", "Bytes after"),
             ("DR", b"0", b"A\0K0\0\0", "shorter than 3"), ("UP", b"00000000", b"ACK0" + bytes(32), "37 bytes"),
             ("UP", b"00000000", b"AC" + bytes(40), "shorter than 3"),
             ("UP", b"00000000", b"ACK+" + bytes(33), "No data"), ("DL", b"0", b"ACK", "Acknowledges"),
