@@ -1,10 +1,10 @@
 // The limits of this machine. Of a lock-step transfer: bare datagrams to and fro, and nothing else.
 //   bench_limit serve ADDRESS
 //   bench_limit run ADDRESS REQUEST REPLY COUNT [DATA FILE]    prints seconds and CPU seconds
-// The first two bytes of a request tell how long its reply is to be. The client waits as the link does:
+// The first two bytes of a request give the length of its reply. The client waits as the link does:
 // a short spin, then poll. With FILE it stores DATA bytes a round trip there, in blocks as large as the link's:
 // what the machine takes for the memory of a file is then part of the limit.
-// Of a silent wait: poll in slices of so many microseconds, and nothing else.
+// Of a silent wait: poll in slices of SLICE microseconds, and nothing else.
 //   bench_limit wait SLICE SECONDS    prints CPU seconds
 #include <arpa/inet.h>
 #include <fcntl.h>

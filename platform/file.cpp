@@ -53,7 +53,7 @@ bool CFile::OpenAt(int folder, const std::string& name, Mode mode) {
     if (!fd || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return false;
     }
-    // A network file system may know no lock of this kind: only another's lock refuses.
+    // A network file system may lack such locks: only a lock that is held elsewhere refuses.
     if (flock(fd.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
         return false;
     }
@@ -111,7 +111,7 @@ void CFile::Write(std::span<const uint8_t> data) {
     }
 }
 
-// The lock is the open file's, which a forked child may hold open for longer than we do.
+// The lock belongs to the open file, which a forked child may keep open for longer than we do.
 void CFile::Unlock() {
     if (m_fd) {
         flock(m_fd.Get(), LOCK_UN);
@@ -120,7 +120,7 @@ void CFile::Unlock() {
 
 void CFile::Close() {
     Unlock();
-    // The descriptor is gone whatever close gives; EINTR, too, comes after the fact.
+    // The descriptor is closed whatever the call returns, EINTR included.
     const int fd = m_fd.Release();
     if (fd >= 0 && close(fd) != 0 && errno != EINTR) {
         throw CFileException();

@@ -1,4 +1,4 @@
-// A worker thread that looks for something to do every 10 ms, and when it is told to.
+// A worker thread that looks for something to do every 10 ms, and when it is woken.
 #ifndef BRENHOLT_PLATFORM_PASS_WORKER_H
 #define BRENHOLT_PLATFORM_PASS_WORKER_H
 
@@ -9,7 +9,7 @@
 
 namespace brenholt {
 
-// Start, stop and abandon it on one thread at a time; any thread may look at its words.
+// Start, stop and abandon it on one thread at a time; any thread may read its flags.
 class CPassWorker {
  public:
     SharedWord m_bStop{1};     // asks the worker to end
@@ -31,7 +31,7 @@ class CPassWorker {
         }
         return m_worker != nullptr;
     }
-    // Makes passes until one gives other than 0.
+    // Runs passes until one gives a value other than 0.
     template <class Pass>
     unsigned RunPasses(Pass pass) {
         m_bStopped = 0;
@@ -54,7 +54,7 @@ class CPassWorker {
             m_worker.reset();
         }
     }
-    // In a forked child, where the thread is not.
+    // In a forked child, which does not have the thread.
     void AbandonWorker() {
         m_bStop = 1;
         m_bStopped = 1;
