@@ -8,10 +8,10 @@
 #include "platform/path.h"
 #include "platform/text.h"
 #include "tests/faults/panel_world.h"
-#include "tests/support/scale.h"
 #include "tests/faults/snapshot.h"
 #include "tests/support/link_fixture.h"
 #include "tests/support/panel_replies.h"
+#include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {

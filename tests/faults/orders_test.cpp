@@ -3,9 +3,9 @@
 #include <iostream>
 #include <random>
 
-#include "tests/support/scale.h"
 #include "tests/support/module_host.h"
 #include "tests/support/panel_replies.h"
+#include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {

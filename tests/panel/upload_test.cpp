@@ -55,22 +55,6 @@ TEST_F(UploadTest, FileAppearsWhenAllHasCome) {
     EXPECT_EQ(folder_.Names().size(), 1U) << "no scratch file is left";
 }
 
-TEST_F(UploadTest, PartOfALargeFileIsNeverSeen) {
-    const std::string data(1300, 'x');
-    FileSender sender{.text = "large", .size = 200 * 1300};
-    const auto send = [&](int count) {
-        char digit = '0';
-        for (int i = 0; i < count; ++i, digit = NextDigit(digit)) {
-            ASSERT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit);
-        }
-    };
-    send(199);
-    EXPECT_TRUE(Storage(folder_.Path()).List("")->empty());
-    send(200);
-    EXPECT_EQ(folder_.Names().size(), 1U) << "nothing is left of the one given up";
-    EXPECT_EQ(folder_.Read("large").size(), sender.size);
-}
-
 TEST_F(UploadTest, TextNamesFileOrFolder) {
     std::filesystem::create_directories(folder_ / "dir/short.bin");
     std::filesystem::create_directory(folder_ / "empty");
