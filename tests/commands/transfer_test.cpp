@@ -66,6 +66,21 @@ TEST_F(FetchTest, TimeIsThatOfTheLastPacketInWholeSeconds) {
     }
 }
 
+TEST_F(FetchTest, ReplyAfterTheLastOneOfEqualPacketsMakesItBeginAgain) {
+    const std::string zeros = Packet('+', std::string(1363, '\0'));
+    const std::vector<std::string> replies{zeros, zeros, Packet('0', "end")};
+    answer = [&](const std::string&) -> std::optional<std::string> {
+        if (sent.size() == 3) {
+            Reply(Packet('0', "of another offset"), 2);
+        }
+        return sent.size() <= 3 ? std::optional(replies[sent.size() - 1]) : std::nullopt;
+    };
+    EXPECT_EQ(Fetch(), 0);
+    EXPECT_EQ(sent.size(), 6U);
+    EXPECT_EQ(sent[3], sent[0]) << "the packets may not have been those of their offsets";
+    EXPECT_TRUE(folder.Names().empty());
+}
+
 TEST_F(FetchTest, FailureLeavesTheOldFileAndNothingElse) {
     folder.Write("file.bin", "old");
     const auto untouched = [&](const char* why) {
