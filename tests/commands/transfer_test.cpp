@@ -111,7 +111,7 @@ TEST_F(FetchTest, FailureLeavesTheOldFileAndNothingElse) {
     EXPECT_TRUE(sent.empty());
     untouched("names that are none");
     mkdir((folder.Path() + "/taken").c_str(), 0777);
-    EXPECT_EQ(Fetch(u"taken"), 0) << "a folder stands in the way";
+    EXPECT_EQ(Fetch(u"taken"), 0) << "a folder is in the way";
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"file.bin", "taken"}));
 }
 

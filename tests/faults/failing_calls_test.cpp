@@ -49,7 +49,7 @@ bool Strike(const PanelWorld::Command& command, bool posted, Call call, int nth,
     }
     EXPECT_LE(world.TempFiles().size(), call == Call::Unlinkat ? 1U : 0U);
     const int again = world.Run(command, posted);
-    EXPECT_TRUE(again != 0 && command.isDone(world)) << "and then, in peace: " << again;
+    EXPECT_TRUE(again != 0 && command.isDone(world)) << "and then all is well: " << again;
     return struck;
 }
 

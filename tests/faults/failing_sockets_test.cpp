@@ -109,7 +109,7 @@ TEST_F(FailingSockets, EachFromStartToStop) {
     }
     std::cout << "    " << count << " calls went wrong\n";
     ASSERT_NE(FuncTable.Start(3, 1000, 0), 0);
-    EXPECT_EQ(FuncTable.CmdUP(u"f", folder.c_str()), 1) << "and then, in peace";
+    EXPECT_EQ(FuncTable.CmdUP(u"f", folder.c_str()), 1) << "and then all is well";
 }
 
 }  // namespace

@@ -152,7 +152,7 @@ TEST_F(Floods, ForgedBeaconsFillNoMemory) {
     std::cout << "    " << most << " units at most\n";
     EXPECT_GT(most, kPanels);
     EXPECT_LT(most, 1000) << "one a pass, for five seconds";
-    EXPECT_TRUE(Eventually([this] { return Listed() == kPanels; }, 30s)) << "and then, in peace";
+    EXPECT_TRUE(Eventually([this] { return Listed() == kPanels; }, 30s)) << "and then all is well";
 }
 
 TEST_F(Floods, JunkAtTheCommandPortChangesNothing) {

@@ -164,7 +164,7 @@ TEST_F(Orders, AnyOrderOfCallsEndsIdle) {
     EXPECT_TRUE(Eventually([this] { return table->UseUnit(u"127.0.0.2") == 1; }));
     table->Start(3, 1000, 1);
     isPosted = true;
-    EXPECT_EQ(Outcome(table->CmdUP(u"f", folder.c_str())), 1) << "and then, in peace";
+    EXPECT_EQ(Outcome(table->CmdUP(u"f", folder.c_str())), 1) << "and then all is well";
     table->Stop();
     end = true;
     bystander.join();

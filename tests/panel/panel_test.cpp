@@ -81,7 +81,7 @@ TEST_F(PanelTest, ListsInPages) {
     }
     EXPECT_EQ(digits, "01234567891234");
     EXPECT_EQ(names, expected);
-    EXPECT_EQ(Ask(std::string("DR") + digit + "d"), "NAK") << "behind the last page";
+    EXPECT_EQ(Ask(std::string("DR") + digit + "d"), "NAK") << "after the last page";
     EXPECT_EQ(Names(Ask("DR0d")).front(), "f1000");
     EXPECT_EQ(Ask("DR2d"), "NAK") << "a digit is skipped";
     EXPECT_EQ(Ask("DR1other"), "NAK") << "another folder in the middle";
@@ -134,7 +134,7 @@ TEST_F(PanelTest, FetchesFilesByOffset) {
         << "the packet that ends the file is the last, though full";
     EXPECT_EQ(head.substr(kFetchHead) + tail.substr(kFetchHead), content);
     EXPECT_EQ(Ask("UP00000AA6f").size(), kFetchHead) << "the end itself";
-    EXPECT_EQ(Ask("UP00000AA7f"), "NAK") << "behind the end";
+    EXPECT_EQ(Ask("UP00000AA7f"), "NAK") << "after the end";
     EXPECT_EQ(Ask("UP00000000"), "NAK") << "the root is no file";
     EXPECT_EQ(Ask("UP00000000g"), "NAK");
 }

@@ -38,7 +38,7 @@ class Program(unittest.TestCase):
         return panel
 
     def end(self, panel):
-        """All that the program printed behind the line "ready"."""
+        """All that the program printed after the line "ready"."""
         panel.terminate()
         out, _ = panel.communicate(timeout=20)
         self.assertEqual(panel.returncode, 0)

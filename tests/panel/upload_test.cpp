@@ -140,7 +140,7 @@ TEST_F(UploadTest, GathersMemoryBlocks) {
     EXPECT_EQ(Send(BlockPacket("2-", "a", "2")), "NAK") << "a digit is skipped";
     EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "0 begins anew";
     EXPECT_EQ(Ask("TM"), "ACK");
-    EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "behind another command: a new block";
+    EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "after another command: a new block";
     ASSERT_EQ(panel_.blocks().size(), 3U);
     EXPECT_EQ(panel_.blocks()[1].bytes, ToBytes("3"));
 }

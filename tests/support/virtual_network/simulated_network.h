@@ -1,4 +1,4 @@
-// The real simulated panel at the other end of the virtual wire, behind a seeded plan of faults.
+// The real simulated panel at the other end of the virtual wire, with a seeded plan of faults.
 #ifndef BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_SIMULATED_NETWORK_H
 #define BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_SIMULATED_NETWORK_H
 

@@ -42,11 +42,6 @@ void VirtualWire::Advance(uint64_t us) {
     m_nowUs = std::max(m_nowUs, until);
 }
 
-size_t VirtualWire::Waiting(uint16_t localPort) const {
-    const auto queue = m_queues.find(localPort);
-    return queue != m_queues.end() ? queue->second.size() : 0;
-}
-
 uint64_t GetMicroseconds() {
     return VirtualWire::Get().NowUs();
 }

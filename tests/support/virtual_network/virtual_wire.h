@@ -40,9 +40,6 @@ class VirtualWire {
     // Lets time pass.
     void Advance(uint64_t us);
 
-    // What stands unread in the queue of a port.
-    size_t Waiting(uint16_t localPort) const;
-
  private:
     friend class CAsyncSocket;
     struct Event {
