@@ -67,6 +67,7 @@ TEST_F(ListingTest, FullArrayDropsTheRest) {
     EXPECT_EQ(Tokens(), "01");
     AnswerAlways(Page('+', {Record("a"), Record("b")}));
     EXPECT_EQ(List(2), 2) << "a panel that promises pages for ever";
+    EXPECT_EQ(Tokens().substr(0, 4), "0111") << "pages after the room is full";
     EXPECT_LT(sent.size(), 100U);
 }
 
@@ -88,6 +89,19 @@ TEST_F(ListingTest, BrokenOrRefusedListingCountsForNothing) {
     EXPECT_EQ(List(), 1) << "begins with the word but is a page";
 }
 
+TEST_F(ListingTest, PageAfterTheLastOneOfEqualPagesMakesItBeginAgain) {
+    const std::string same = Page('+', {Record("a")});
+    const std::vector<std::string> pages{same, same, Page('0', {Record("b")})};
+    answer = [&](const std::string&) -> std::optional<std::string> {
+        if (sent.size() == 3) {
+            Reply(Page('0', {Record("c")}), 2);
+        }
+        return sent.size() <= 3 ? std::optional(pages[sent.size() - 1]) : std::nullopt;
+    };
+    EXPECT_EQ(List(), 0);
+    EXPECT_EQ(Tokens(), "012000");
+}
+
 TEST_F(ListingTest, MarkerIsACharacterOfTheText) {
     // Two characters of two bytes each: the third byte-wise position is no character of its own.
     AnswerInTurn({std::string("\xC3\xA4\xC3\xB6K+", 6) + Record(""), Page('0', {})});
@@ -99,6 +113,7 @@ TEST_F(ListingTest, PostedOrWithoutRoomGivesNothing) {
     EXPECT_EQ(link->CmdDR(u"dir", 8, entries.data(), 1), 0) << "posted";
     EXPECT_EQ(link->m_bBusy, 1);
     EXPECT_EQ(link->CmdDR(u"dir", 8, nullptr, 0), 0);
+    EXPECT_TRUE(sent.empty());
 }
 
 }  // namespace

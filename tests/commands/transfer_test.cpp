@@ -66,6 +66,22 @@ TEST_F(FetchTest, TimeIsThatOfTheLastPacketInWholeSeconds) {
     }
 }
 
+TEST_F(FetchTest, PacketWithoutAMarkerIsNotTheLast) {
+    AnswerInTurn({Packet('\0', "ab"), Packet('0', "c")});
+    EXPECT_EQ(Fetch(), 1);
+    EXPECT_EQ(sent.size(), 2U);
+    EXPECT_EQ(folder.Read("file.bin"), "abc");
+}
+
+TEST_F(FetchTest, CancelWithTheLastPacketIsReported) {
+    answer = [this](const std::string&) {
+        wire.At(1000, [this] { link->m_bCancel = 1; });  // when the packet comes
+        return Packet('0', "new");
+    };
+    EXPECT_EQ(Fetch(), 0);
+    EXPECT_EQ(folder.Read("file.bin"), "new");
+}
+
 TEST_F(FetchTest, ReplyAfterTheLastOneOfEqualPacketsMakesItBeginAgain) {
     const std::string zeros = Packet('+', std::string(1363, '\0'));
     const std::vector<std::string> replies{zeros, zeros, Packet('0', "end")};
@@ -180,12 +196,44 @@ TEST_F(SendTest, FilesThatCannotBeSentSendNothing) {
     mkfifo((folder.Path() + "/fifo").c_str(), 0666);
     folder.Write("huge", "x");
     EXPECT_EQ(truncate((folder.Path() + "/huge").c_str(), off_t{1} << 31), 0);
+    answer = nullptr;
     for (const char16_t* name : {u"empty", u"missing", u"fifo", u"", u"huge"}) {
         EXPECT_EQ(link->CmdDL(folder.Text(name).c_str(), u"r", 0), 0);
     }
     EXPECT_EQ(link->CmdDL(nullptr, nullptr, 0), 0);
     EXPECT_EQ(link->CmdDL(u"/dev/zero", u"r", 0), 0);
     EXPECT_TRUE(sent.empty());
+}
+
+// It is counted in bytes, its area in characters of the path and one more.
+TEST_F(SendTest, NameMustFitItsArea) {
+    const size_t fits = folder.Path().size() + 1;
+    for (const size_t letters : {fits, fits + 1}) {
+        std::string bytes;
+        for (size_t i = 0; i < letters; ++i) {
+            bytes += "\xC3\xA4";
+        }
+        folder.Write(bytes, "data");
+        sent.clear();
+        const std::u16string path = folder.Text(std::u16string(letters, u'\xE4'));
+        EXPECT_EQ(link->CmdDL(path.c_str(), u"r", 0), letters == fits ? 1 : 0);
+        EXPECT_EQ(sent.size(), letters == fits ? 1U : 0U);
+    }
+}
+
+TEST_F(SendTest, FileThatIsAnotherForAWhileIsNotSent) {
+    const std::string path = folder.Path() + "/f";
+    folder.Write("f", std::string(kTransferBlock + 1, 'x'));
+    folder.Write("other", std::string(kTransferBlock + 1, 'y'));
+    answer = [&](const std::string& request) {
+        if (sent.size() == 2) {
+            std::rename(path.c_str(), (path + "kept").c_str());
+            std::rename((folder.Path() + "/other").c_str(), path.c_str());
+        }
+        EXPECT_NE(request.back(), 'y');
+        return std::string("ACK") + request[6];
+    };
+    EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 0);
 }
 
 TEST_F(SendTest, FileThatChangesMeanwhileIsNotReportedAsSent) {

@@ -115,9 +115,12 @@ TEST_F(ExchangeTest, TargetTextDecidesWhereAndWhoCounts) {
     link->m_strTargetIp.Set(u"192.168.000.001");
     EXPECT_EQ(link->CmdTM(0), 0) << "sent, but no source address reads like this";
     EXPECT_EQ(sent.size(), 1U);
+    link->m_strTargetIp.Set(std::u16string(20, u'1'));
+    EXPECT_EQ(link->CmdTM(0), 0);
+    EXPECT_EQ(sent.size(), 2U);
     link->m_strTargetIp.Set(std::u16string(21, u'1'));
     EXPECT_EQ(link->CmdTM(0), 0);
-    EXPECT_EQ(sent.size(), 1U) << "an address text that does not fit sends nothing";
+    EXPECT_EQ(sent.size(), 2U) << "an address text that does not fit sends nothing";
 }
 
 TEST_F(ExchangeTest, SlotPassesACommandToTheWorker) {

@@ -67,6 +67,7 @@ TEST_P(BothModes, FilesOfTellingSizesComeAndGo) {
         if (size > 0) {
             EXPECT_EQ(Outcome(table->CmdDL(local.Text(u"from").c_str(), u"to")), 1) << size;
             EXPECT_EQ(storage.Read("to"), data);
+            EXPECT_EQ(storage.LastWrite("to"), local.LastWrite("from"));
             EXPECT_EQ(Outcome(table->CmdML(reinterpret_cast<const uint8_t*>(data.data()),
                                            static_cast<int>(size), u"block")),
                       1);
