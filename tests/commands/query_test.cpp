@@ -64,6 +64,7 @@ TEST_F(QueryTest, IdentityQueryPutsEverythingBack) {
     EXPECT_EQ(link->m_nRetries, 5);
     EXPECT_EQ(link->m_nTimeoutMs, 77);
     EXPECT_EQ(link->CmdIP(u"", 0, project, &version, &cpu), 0);
+    EXPECT_EQ(link->CmdIP(nullptr, 0, project, &version, &cpu), 0);
 }
 
 TEST_F(QueryTest, VersionWordsAreAtFixedPlaces) {

@@ -73,13 +73,16 @@ TEST_F(FetchTest, PacketWithoutAMarkerIsNotTheLast) {
     EXPECT_EQ(folder.Read("file.bin"), "abc");
 }
 
-TEST_F(FetchTest, CancelWithTheLastPacketIsReported) {
-    answer = [this](const std::string&) {
-        wire.At(1000, [this] { link->m_bCancel = 1; });  // when the packet comes
-        return Packet('0', "new");
-    };
-    EXPECT_EQ(Fetch(), 0);
-    EXPECT_EQ(folder.Read("file.bin"), "new");
+TEST_F(FetchTest, CancelThatComesWithAPacketIsReported) {
+    for (const char marker : {'+', '0'}) {
+        answer = [this, marker](const std::string&) {
+            wire.At(1000, [this] { link->m_bCancel = 1; });
+            return Packet(marker, "new");
+        };
+        EXPECT_EQ(Fetch(), 0);
+        EXPECT_EQ(sent.size(), 1U);
+        EXPECT_EQ(folder.Names().size(), marker == '0' ? 1U : 0U) << "the last one ends the file";
+    }
 }
 
 TEST_F(FetchTest, ReplyAfterTheLastOneOfEqualPacketsMakesItBeginAgain) {

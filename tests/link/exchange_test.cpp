@@ -23,6 +23,9 @@ TEST_F(ExchangeTest, ArgumentsThatDoNotFitAreRefusedUnsent) {
     EXPECT_EQ(link->CmdEX(std::u16string(255, u'a').c_str(), 0), 1);
     EXPECT_EQ(link->CmdEX(std::u16string(256, u'a').c_str(), 0), 0);
     EXPECT_EQ(link->CmdEX(std::u16string(128, u'ä').c_str(), 0), 0) << "256 bytes in UTF-8";
+    const std::u16string tooLong(256, u'a');
+    const uint8_t byte = 1;
+    EXPECT_EQ(link->CmdUP(tooLong.c_str(), u"/", 0) + link->CmdML(&byte, 1, tooLong.c_str(), 0), 0);
     EXPECT_EQ(sent.size(), 1U);
     EXPECT_EQ(link->m_bBusy, 0);
 }
@@ -110,6 +113,9 @@ TEST_F(ExchangeTest, TargetTextDecidesWhereAndWhoCounts) {
     AnswerAlways("ACK");
     link->m_strTargetIp.Set(u"");
     EXPECT_EQ(link->CmdTM(1), 0) << "refused, not posted";
+    EXPECT_EQ(link->CmdUP(u"f", u"", 1) + link->CmdDL(u"f", u"", 1) + link->CmdGF(u"f", u"", 1) +
+                  link->CmdML(nullptr, 0, u"", 1) + link->CmdVS(nullptr, nullptr, nullptr, 1),
+              0);
     EXPECT_EQ(link->m_bBusy, 0);
     link->m_nRetries = 1;
     link->m_strTargetIp.Set(u"192.168.000.001");
