@@ -47,7 +47,7 @@ class FailingSockets : public testing::Test {
         while (FuncTable.IsBusy() != 0) {
             Sleep(1);
         }
-        return g_link.m_bAsyncMode != 0 ? FuncTable.GetResult() : result;
+        return g_link.m_bAsyncMode != 0 && result != 0 ? FuncTable.GetResult() : result;
     }
 
     // Runs the module once through; false when it has not so many calls of that kind.
