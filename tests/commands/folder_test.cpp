@@ -151,6 +151,7 @@ TEST_F(FolderTest, CancelEndsAStepAndStopEndsTheWalk) {
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"b", "c"}));
 
     link->m_bStop = 0;
+    listings["p"] = {Page('0', {Record("a"), Record("sub", 0, kFolder)})};
     answer = [&](const std::string& request) {
         return request.find("p\\a") != std::string::npos ? during([this] {
             link->m_bCancel = 1;
@@ -160,6 +161,7 @@ TEST_F(FolderTest, CancelEndsAStepAndStopEndsTheWalk) {
     };
     EXPECT_EQ(Copy(), 0);
     EXPECT_TRUE(fetched.empty()) << "nothing was asked for after the first file";
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"b", "c"})) << "nor made";
 }
 
 }  // namespace
