@@ -94,10 +94,17 @@ TEST_F(LifetimeTest, CancelEndsARunningCommand) {
     EXPECT_EQ(Outcome(table->CmdTM()), 1) << "a cancel does not outlive its command";
 }
 
-TEST_F(LifetimeTest, StoppedLinkKeepsWhatIsPosted) {
+TEST_F(LifetimeTest, StopEndsARunningCommandAndNotAPostedOne) {
     StartWithPanel(1, 5000);
+    server->Pause(0);
+    ASSERT_EQ(table->CmdTM(), 1);
+    std::this_thread::sleep_for(50ms);
+    const auto start = Clock::now();
     table->Stop();
-    ASSERT_EQ(table->CmdTM(), 1) << "it stays in the slot until a worker runs";
+    EXPECT_LT(Clock::now() - start, 2s);
+    EXPECT_EQ(table->IsBusy(), 0);
+    server->Resume(0);
+    ASSERT_EQ(table->CmdTM(), 1) << "posted while no worker runs: it stays in the slot";
     EXPECT_EQ(table->IsBusy(), 1);
     ASSERT_NE(table->Start(3, 1000, 1), 0);
     EXPECT_EQ(Outcome(1), 1);
