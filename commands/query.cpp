@@ -68,8 +68,7 @@ int CTvUdp::CmdVS(uint16_t* a, uint16_t* b, uint16_t* c, int async) {
     const Outcome outcome = Exchange(
         kHeaderOnly, {kText},
         [](const Reply& r) {
-            return Is(r, kNak) || r.Text().size() < kVersionReplyChars ? Verdict::Failed
-                                                                       : Verdict::Done;
+            return r.Text().size() < kVersionReplyChars ? Verdict::Failed : Verdict::Done;
         },
         reply);
     if (outcome != Outcome::Done) {
@@ -101,7 +100,7 @@ int CTvUdp::CmdIP(const char16_t* address, int /*async*/, std::u16string& projec
         kHeaderOnly, {kText},
         [](const Reply& r) {
             const std::u16string text = r.Text();
-            if (Is(r, kNak) || text.size() < kProjectAt) {
+            if (text.size() < kProjectAt) {
                 return Verdict::Failed;
             }
             if (!text.starts_with(u"IP")) {

@@ -20,7 +20,7 @@ inline void Require(bool holds, const char* invariant) {
     }
 }
 
-// Takes an input piece by piece; zeros and empty texts past its end.
+// Takes an input piece by piece; zeros and empty texts after its end.
 class FuzzInput {
  public:
     FuzzInput(const uint8_t* data, size_t size)

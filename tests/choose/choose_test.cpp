@@ -12,7 +12,7 @@ namespace {
 
 class ChooseTest : public ModuleHost {
  protected:
-    // Waits for the search dialog to stand there, then plays the user in it.
+    // Waits for the search dialog to open, then plays the user in it.
     static void AsUser(std::function<void(QWidget&, QTreeWidget&)> user) {
         QTimer::singleShot(10, qApp, [user] {
             QWidget* dialog = QApplication::activeModalWidget();

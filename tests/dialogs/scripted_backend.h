@@ -144,7 +144,7 @@ class ScriptedBackend final : public WindowBackend {
     std::optional<int> rowsUntilNoMemory;
     int waiting = 0;
     int windows = 0;      // open now
-    size_t rowsLeft = 0;  // rows that stood in lists when their windows went
+    size_t rowsLeft = 0;  // rows that were in lists when their windows went
 };
 
 }  // namespace brenholt

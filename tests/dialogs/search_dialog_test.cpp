@@ -70,10 +70,10 @@ TEST_F(SearchDialogTest, MergesThePanelsHeardAndTheUsersList) {
 
 // A name must not write lines of its own into the box, nor turn those around that follow.
 TEST_F(SearchDialogTest, NamesStayOnTheirLineAndComeBackWhole) {
-    const std::u16string name = u"A\nSearch Type : \u202EB\u2028\x85\t\\";
+    const std::u16string name = u"A\nSearch Type : \u202EB\u2028\x85\t\\\x7F";
     Hear(u"10.0.0.5", name, kCpuArm, 102);
     Run([&](ScriptedWindow& window) {
-        const std::u16string shown = u"A\\x0ASearch Type : \\u202EB\\u2028\\x85\\x09\\";
+        const std::u16string shown = u"A\\x0ASearch Type : \\u202EB\\u2028\\x85\\x09\\\\x7F";
         EXPECT_EQ(window.Rows()[0][1], shown);
         window.Select(0);
         EXPECT_EQ(window.Shown(1008), u"Tavrin IP : 10.0.0.5\r\nProject Name : " + shown +

@@ -3,7 +3,6 @@
 Usage: dissector_test.py DISSECTOR BRENHOLT TAVRIN_PANEL
 """
 
-import contextlib
 import os
 import pathlib
 import random
@@ -14,6 +13,8 @@ import subprocess
 import sys
 import tempfile
 import unittest
+
+import programs
 
 DISSECTOR, BRENHOLT, TAVRIN_PANEL = sys.argv[1:4]
 del sys.argv[1:]
@@ -35,17 +36,10 @@ class Case(unittest.TestCase):
         self.panel.mkdir()
         self.capture = self.root / "run.pcap"
 
-    @contextlib.contextmanager
     def panel_runs(self, *options, script=""):
         (self.root / "script").write_text(script)
-        with subprocess.Popen([TAVRIN_PANEL, "--quiet", "--panel", f"{PANEL[0]}={self.panel}:Line_1:X86:3.10",
-                               "--pcap", self.capture, "--script", self.root / "script", *options],
-                              stdout=subprocess.PIPE) as panel:
-            try:
-                self.assertIn(b"ready", panel.stdout.readline())
-                yield
-            finally:
-                panel.terminate()
+        return programs.panels(TAVRIN_PANEL, "--quiet", "--panel", f"{PANEL[0]}={self.panel}:Line_1:X86:3.10",
+                               "--pcap", self.capture, "--script", self.root / "script", *options)
 
     def exchange(self, datagram, replies=1):
         with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as host:

@@ -10,6 +10,8 @@ import sys
 import tempfile
 import unittest
 
+import programs
+
 MODULE, TAVRIN_PANEL, C_HOST, PYTHON_HOST = sys.argv[1:5]
 del sys.argv[1:]
 HOSTS = [[C_HOST], [sys.executable, PYTHON_HOST]]
@@ -26,17 +28,13 @@ class Examples(unittest.TestCase):
         with tempfile.TemporaryDirectory() as folder:
             pathlib.Path(folder, "größe.scr").write_bytes(bytes(1234))
             pathlib.Path(folder, "screens").mkdir()
-            with subprocess.Popen([TAVRIN_PANEL, "--quiet", "--panel", f"127.0.0.2={folder}"],
-                                  stdout=subprocess.PIPE) as panel:
-                self.addCleanup(panel.kill)
-                self.assertIn(b"ready", panel.stdout.readline())
+            with programs.panels(TAVRIN_PANEL, "--quiet", "--panel", f"127.0.0.2={folder}"):
                 for host in HOSTS:
                     code, out, err = run(host, MODULE, "127.0.0.2")
                     self.assertEqual((code, err), (0, ""), host)
                     self.assertRegex(out, r"^127\.0\.0\.2: 0001 0000 0000\n")
                     self.assertIn("      1234  größe.scr\n", out)
                     self.assertIn("  screens/\n", out)
-                panel.terminate()
 
     def test_say_what_went_wrong(self):
         for host in HOSTS:

@@ -4,12 +4,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <iostream>
-#include <random>
 
 #include "tests/faults/panel_world.h"
-#include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {
@@ -52,7 +49,7 @@ bool Strike(const PanelWorld::Command& command, bool posted, Call call, int nth,
     }
     EXPECT_LE(world.TempFiles().size(), call == Call::Unlinkat ? 1U : 0U);
     const int again = world.Run(command, posted);
-    EXPECT_TRUE(again != 0 && command.isDone(world)) << "and then, in peace: " << again;
+    EXPECT_TRUE(again != 0 && command.isDone(world)) << "and then all is well: " << again;
     return struck;
 }
 
@@ -74,10 +71,8 @@ TEST(FailingCalls, EachOfEachCommand) {
     EXPECT_GT(struck, 300) << "the faults strike the module's calls";
 }
 
-// The host fetches a file over another and is killed where `arm` says, or by `parent`, which gets
-// its id; whether it was.
-bool KilledFetch(PanelWorld& world, const std::function<void()>& arm,
-                 const std::function<void(pid_t)>& parent) {
+// The host fetches a file over another and is killed at the `nth` call; false when there are fewer.
+bool KilledFetch(PanelWorld& world, int nth) {
     const std::vector<PanelWorld::Command>& commands = PanelWorld::Commands();
     const auto fetch = std::find_if(commands.begin(), commands.end(), [](const auto& command) {
         return std::string(command.name) == "UP";
@@ -85,11 +80,10 @@ bool KilledFetch(PanelWorld& world, const std::function<void()>& arm,
     world.local.Write("f", "old");
     const pid_t child = fork();
     if (child == 0) {
-        arm();
+        faulty::ArmKill(nth);
         world.Run(*fetch, false);
         _exit(0);
     }
-    parent(child);
     int status = 0;
     waitpid(child, &status, 0);
     const std::string found = world.local.Read("f");
@@ -106,41 +100,11 @@ bool KilledFetch(PanelWorld& world, const std::function<void()>& arm,
 TEST(KilledHost, AtEachCall) {
     PanelWorld world;
     int nth = 1;
-    while (KilledFetch(
-        world, [nth] { faulty::ArmKill(nth); }, [](pid_t) {})) {
+    while (KilledFetch(world, nth)) {
         ASSERT_LT(++nth, 100);
     }
     std::cout << "    " << nth - 1 << " calls\n";
     EXPECT_GT(nth, 10);
-}
-
-TEST(KilledHost, AtRandomMoments) {
-    using Clock = std::chrono::steady_clock;
-    PanelWorld world;
-    const auto start = Clock::now();
-    EXPECT_FALSE(KilledFetch(
-        world, [] {}, [](pid_t) {}));
-    // Longer than a fetch takes; the first one, which finds everything cold, by much.
-    auto whole = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - start);
-    std::mt19937_64 random(5);
-    const int rounds = Scaled(50);
-    int killed = 0;
-    for (int i = 0; i < rounds; ++i) {
-        const std::chrono::microseconds moment(random() % static_cast<uint64_t>(whole.count()));
-        const bool inTime = KilledFetch(
-            world, [] {},
-            [moment](pid_t child) {
-                usleep(static_cast<useconds_t>(moment.count()));
-                kill(child, SIGKILL);
-            });
-        if (inTime) {
-            ++killed;
-        } else {
-            whole = std::max(moment, std::chrono::microseconds(1));
-        }
-    }
-    std::cout << "    killed " << killed << " of " << rounds << '\n';
-    EXPECT_GT(killed, 0);
 }
 
 }  // namespace

@@ -4,14 +4,15 @@
 #include <filesystem>
 #include <iostream>
 #include <random>
+#include <sstream>
 
 #include "platform/path.h"
 #include "platform/text.h"
 #include "tests/faults/panel_world.h"
-#include "tests/support/scale.h"
 #include "tests/faults/snapshot.h"
 #include "tests/support/link_fixture.h"
 #include "tests/support/panel_replies.h"
+#include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {
@@ -31,43 +32,14 @@ class HostileTrees : public LinkFixture {
         }
         fs::create_symlink(outside + "/sub", outside + "/link");
         before = Snapshot(outside);
-        hostile = {"..",
-                   "../",
-                   ".",
-                   "a/b",
-                   "..\\x",
-                   "",
-                   "/",
-                   "\\",
-                   "../outside/victim",
-                   "..\\outside\\sub",
-                   outside + "/victim",
-                   outside,
-                   "/../../../../../../tmp/x",
-                   std::string("\0a", 2),
-                   std::string("..\0a", 4),
-                   std::string("../outside\0a", 12)};
-        odd = {"a",
-               "b",
-               "sub",
-               "deep",
-               "victim",
-               "link",
-               "...",
-               " ",
-               "~",
-               "-rf",
-               "C:",
-               "%2e%2e",
-               "sub ",
-               "TMP00000000.tmp",
-               std::string(255, 'n'),
-               "\xFF\xFE",
-               "\xC0\xAE\xC0\xAE",
-               "e\xCC\x81",
-               "\xC3\xA9",
-               "\xEF\xBC\x8F",
-               std::string("a\0../b", 6)};
+        // One a line.
+        hostile = Lines("..\n../\n.\na/b\n..\\x\n\n/\n\\\n../outside/victim\n..\\outside\\sub\n" +
+                        outside + "/victim\n" + outside + "\n/../../../../../../tmp/x\n" +
+                        std::string("\0a\n..\0a\n../outside\0a\n", 20));
+        odd = Lines(
+            "a\nb\nsub\ndeep\nvictim\nlink\n...\n \n~\n-rf\nC:\n%2e%2e\nsub \nTMP00000000.tmp\n" +
+            std::string(255, 'n') + "\n\xFF\xFE\n\xC0\xAE\xC0\xAE\ne\xCC\x81\n\xC3\xA9\n" +
+            "\xEF\xBC\x8F\n" + std::string("a\0../b\n", 7));
         answer = [this](const std::string& request) {
             if (--untilSwap == 0) {
                 SwapForALink();
@@ -79,6 +51,14 @@ class HostileTrees : public LinkFixture {
         };
     }
 
+    static std::vector<std::string> Lines(const std::string& text) {
+        std::vector<std::string> lines;
+        std::istringstream stream(text);
+        for (std::string line; std::getline(stream, line);) {
+            lines.push_back(line);
+        }
+        return lines;
+    }
     bool Chance(unsigned oneIn) { return random() % oneIn == 0; }
     const std::string& Any(const std::vector<std::string>& of) { return of[random() % of.size()]; }
 

@@ -21,18 +21,6 @@ class Manners : public ModuleHost {
         const std::string text{std::istreambuf_iterator<char>(maps), {}};
         return text.find("brenholt.so") != std::string::npos;
     }
-    // Each request is answered so; with an empty text, not at all.
-    void AnswerAlways(
-        const std::string& bytes, const std::function<void()>& look = [] {}) {
-        server->SetHook(0, [bytes, look](tavrin::Panel&, const tavrin::Endpoint&, tavrin::ByteView,
-                                         tavrin::Replies& replies) {
-            look();
-            if (!bytes.empty()) {
-                replies = {{tavrin::Bytes(bytes.begin(), bytes.end())}};
-            }
-            return true;
-        });
-    }
 };
 
 // What is open, with its flags.
@@ -51,7 +39,10 @@ TEST_F(Manners, DescriptorsAreNeitherInheritedNorStandard) {
     table->Stop();
     const std::map<int, int> before = Descriptors();
     std::map<int, int> own;
-    AnswerAlways(Packet('0', "data"), [&own] { own = Descriptors(); });
+    AnswerWith([&own](const std::string&) {
+        own = Descriptors();
+        return Packet('0', "data");
+    });
     int saved[3];
     for (int fd = 0; fd < 3; ++fd) {
         saved[fd] = fcntl(fd, F_DUPFD_CLOEXEC, 500);
@@ -96,7 +87,7 @@ TEST_F(Manners, NullPointersAreFailures) {
     table->Start(1, 10, 0);
     table->Stop();
     callAll("stopped");
-    AnswerAlways("");
+    AnswerWith([](const std::string&) { return ""; });
     for (const int posted : {0, 1}) {
         table->Start(1, 10, posted);
         isPosted = posted != 0;

@@ -3,35 +3,16 @@
 #include <iostream>
 #include <random>
 
-#include "tests/support/scale.h"
 #include "tests/support/module_host.h"
 #include "tests/support/panel_replies.h"
+#include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {
 
 constexpr int kTimeoutMs = 300;
 
-class Orders : public ModuleHost {
- protected:
-    // Each request gets what `answer` makes of it, after `delay`. Those that contain `name` count: one of an
-    // earlier command may still come.
-    void Answer(std::chrono::milliseconds delay, const std::string& name,
-                const std::function<std::string(const std::string&)>& answer) {
-        requests = 0;
-        server->SetHook(0, [=, this](tavrin::Panel&, const tavrin::Endpoint&,
-                                     tavrin::ByteView request, tavrin::Replies& replies) {
-            const std::string text(request.begin(), request.end());
-            requests += text.find(name) != std::string::npos ? 1 : 0;
-            const std::string reply = answer(text);
-            if (!reply.empty()) {
-                replies = {{tavrin::Bytes(reply.begin(), reply.end()), delay}};
-            }
-            return true;
-        });
-    }
-    std::atomic<int> requests{0};
-};
+class Orders : public ModuleHost {};
 
 TEST_F(Orders, StopEndsWhatHasNoEnd) {
     local.Write("f", std::string(1 << 20, 'x'));
@@ -74,7 +55,13 @@ TEST_F(Orders, StopEndsWhatHasNoEnd) {
     StartWithPanel(1, kTimeoutMs);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        Answer(2ms, c.name, c.answer);
+        std::atomic<int> requests{0};
+        AnswerWith(
+            [&](const std::string& request) {
+                requests += request.find(c.name) != std::string::npos ? 1 : 0;  // of this command
+                return c.answer(request);
+            },
+            2ms);
         table->Start(1000, kTimeoutMs, 1);
         ASSERT_EQ(c.post(), 1);
         ASSERT_TRUE(Eventually([&] { return requests >= c.after; }));
@@ -84,6 +71,7 @@ TEST_F(Orders, StopEndsWhatHasNoEnd) {
                   std::chrono::milliseconds(kTimeoutMs) + (kSanitized ? 1000ms : 100ms));
         EXPECT_EQ(table->IsBusy(), 0);
         EXPECT_EQ(table->GetResult(), 0);
+        server->SetHook(0, {});
     }
     for (const std::string& name : local.Names()) {
         EXPECT_FALSE(name.starts_with("TMP")) << name;
@@ -176,7 +164,7 @@ TEST_F(Orders, AnyOrderOfCallsEndsIdle) {
     EXPECT_TRUE(Eventually([this] { return table->UseUnit(u"127.0.0.2") == 1; }));
     table->Start(3, 1000, 1);
     isPosted = true;
-    EXPECT_EQ(Outcome(table->CmdUP(u"f", folder.c_str())), 1) << "and then, in peace";
+    EXPECT_EQ(Outcome(table->CmdUP(u"f", folder.c_str())), 1) << "and then all is well";
     table->Stop();
     end = true;
     bystander.join();

@@ -1,4 +1,4 @@
-// What stands in a folder, to be compared with what stood there before.
+// What is in a folder, to be compared with what was there before.
 #ifndef BRENHOLT_TESTS_FAULTS_SNAPSHOT_H
 #define BRENHOLT_TESTS_FAULTS_SNAPSHOT_H
 

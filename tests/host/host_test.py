@@ -3,7 +3,6 @@
 Usage: host_test.py BRENHOLT TAVRIN_PANEL [unittest arguments]
 """
 
-import contextlib
 import fcntl
 import json
 import os
@@ -17,6 +16,8 @@ import sys
 import tempfile
 import time
 import unittest
+
+import programs
 
 BRENHOLT, TAVRIN_PANEL = sys.argv[1:3]
 ENVIRONMENT = {**os.environ, "LC_ALL": "C.UTF-8", "TZ": "UTC"}
@@ -49,18 +50,9 @@ def wait_for(condition):
         time.sleep(0.005)
 
 
-@contextlib.contextmanager
 def panels(*arguments):
     quiet = [] if "--log" in arguments else ["--quiet"]
-    process = subprocess.Popen([TAVRIN_PANEL, *quiet, "--beacon-interval", "100ms", *arguments],
-                               stdout=subprocess.PIPE)
-    try:
-        # The first beacon may be logged before it.
-        next(line for line in process.stdout if line.startswith(b"ready"))
-        yield process
-    finally:
-        process.terminate()
-        process.communicate(timeout=20)
+    return programs.panels(TAVRIN_PANEL, *quiet, "--beacon-interval", "100ms", *arguments)
 
 
 class Case(unittest.TestCase):

@@ -12,6 +12,8 @@ import sys
 import tempfile
 import unittest
 
+import programs
+
 BUILD, PROJECT = map(pathlib.Path, sys.argv[1:3])
 VERSION = sys.argv[3]
 del sys.argv[1:]
@@ -82,13 +84,9 @@ class Installed(Scratch):
         run("c++", "-std=c++20", source / "host.cpp", f'-DMODULE="{module}"', *flags, "-o", self.root / "cxx_host")
         run(self.root / "cxx_host")
 
-        with subprocess.Popen([prefix / "bin/tavrin-panel", "--quiet", "--panel", f"127.0.0.2={source}"],
-                              stdout=subprocess.PIPE) as panel:
-            self.addCleanup(panel.kill)
-            self.assertIn(b"ready", panel.stdout.readline())
+        with programs.panels(prefix / "bin/tavrin-panel", "--quiet", "--panel", f"127.0.0.2={source}"):
             for host in (self.root / "build/c_host", self.root / "c_host"):
                 self.assertIn("minimal_host.c", run(host, module, "127.0.0.2"))
-            panel.terminate()
 
 
 class Packages(Scratch):

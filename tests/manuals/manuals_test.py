@@ -1,4 +1,4 @@
-"""Help, manual page and completion of each program name the same things, and something uses each option.
+"""Help, manual page and completion of each program name the same things.
 
 Usage: manuals_test.py PROJECT_FOLDER BRENHOLT TAVRIN_PANEL
 """
@@ -11,8 +11,6 @@ import unittest
 
 PROJECT, BRENHOLT, TAVRIN_PANEL = map(pathlib.Path, sys.argv[1:4])
 del sys.argv[1:]
-# Each program with the test that runs it.
-PROGRAMS = {BRENHOLT: "tests/host/host_test.py", TAVRIN_PANEL: "tests/panel/program_test.py"}
 
 
 def options(page):
@@ -40,7 +38,7 @@ class Manuals(unittest.TestCase):
         return result.stdout.split()
 
     def test_help_manual_and_completion_agree(self):
-        for program in PROGRAMS:
+        for program in (BRENHOLT, TAVRIN_PANEL):
             pages = self.help_pages(program)
             manual = (PROJECT / f"docs/man/{program.name}.1").read_text().replace("\\-", "-")
             headings = re.findall(r"^\.TP\n\.BR? (.*)", manual, re.M)
@@ -53,17 +51,6 @@ class Manuals(unittest.TestCase):
                 self.assertEqual({*self.complete(program, *words, "-")}, options(page) | options(pages[""]), name)
             if len(pages) > 1:
                 self.assertEqual({*self.complete(program, "")}, {*pages} - {""})
-
-    def test_each_option_is_used(self):
-        shown = "\n".join(line for page in [PROJECT / "README.md", *PROJECT.glob("docs/*.md")]
-                          for line in page.read_text().splitlines() if line.startswith("$ "))
-        for program, test in PROGRAMS.items():
-            said = re.findall(r'"(-[\w-]+)"', (PROJECT / test).read_text())
-            for line in re.findall(rf"\$ {program.name} .*", shown):
-                said += line.split()
-            used = {*said, *(f"-{letter}" for word in said if re.match(r"-\w", word) for letter in word[1:])}
-            for name, page in self.help_pages(program).items():
-                self.assertLessEqual(options(page) - {"-h", "--help"}, used, (program.name, name))
 
     def test_values_complete(self):
         for words, expected in ((["d"], "discover"), (["-p", "1.2.3.4", "comm"], "command"),

@@ -49,9 +49,9 @@ class Pages(unittest.TestCase):
     def test_slots(self):
         header = (PROJECT / "include/brenholt/brenholt.h").read_text()
         slots = re.findall(r"\(\*(\w+)\)\(", header.partition("typedef struct BrenholtTable {")[2])
-        told = re.findall(r"^\| ([\d, ]+) \| ([`\w, ]+) \|", (PROJECT / "docs/host-guide.md").read_text(), re.M)
-        self.assertEqual([int(number) for numbers, _ in told for number in numbers.split(",")], list(range(24)))
-        self.assertEqual([name for _, names in told for name in re.findall(r"\w+", names)], slots)
+        named = re.findall(r"^\| ([\d, ]+) \| ([`\w, ]+) \|", (PROJECT / "docs/host-guide.md").read_text(), re.M)
+        self.assertEqual([int(number) for numbers, _ in named for number in numbers.split(",")], list(range(24)))
+        self.assertEqual([name for _, names in named for name in re.findall(r"\w+", names)], slots)
 
     def test_commands(self):
         programs = {path.name: output(path, "--help") for path in (BUILD / "brenholt", BUILD / "tavrin-panel")}
@@ -71,8 +71,8 @@ class Pages(unittest.TestCase):
     def test_packages(self):
         asked = re.findall(r"^\w+_packages=\((.*?)\)", (PROJECT / "scripts/common.sh").read_text(), re.M | re.S)
         rows = re.findall(r"^\| (`.*?) \|", (PROJECT / "docs/dependencies.md").read_text(), re.M)
-        told = re.findall(r"`([^`]+)`", " ".join(rows))
-        self.assertEqual(sorted(told), sorted(" ".join(asked).split()))
+        named = re.findall(r"`([^`]+)`", " ".join(rows))
+        self.assertEqual(sorted(named), sorted(" ".join(asked).split()))
 
 
 if __name__ == "__main__":

@@ -62,34 +62,21 @@ TEST(FaultPlanTest, EachFaultDoesWhatItSays) {
     EXPECT_EQ(Play("stall=1:3ms", 4),
               "stall@3:reply0 stall@3:reply1 stall@3:reply2 stall@6:reply3 ");
     EXPECT_EQ(Play("silence=1", 3), "silence silence silence ");
-}
-
-TEST(FaultPlanTest, SilenceEnds) {
-    FaultSettings settings = ParseFaults("silence=0.5:10ms,seed=1");
-    FaultPlan plan(settings);
-    int heard = 0;
-    int deaf = 0;
-    for (int i = 0; i < 1000; ++i) {
-        ++(plan.Arrive(milliseconds(i)).Empty() ? heard : deaf);
-    }
-    EXPECT_GT(heard, 20);
-    EXPECT_GT(deaf, 800);
+    EXPECT_NE(Play("silence=0.1:3ms,seed=1", 20).find("silence silence silence @"),
+              std::string::npos);
 }
 
 TEST(FaultPlanTest, DamageStaysInBounds) {
     FaultPlan plan(ParseFaults("cut=0.5,garble=0.5,seed=5"));
     const Bytes original = ToBytes("0123456789");
     std::vector<Outgoing> out;
-    int shortest = 10;
     int changed = 0;
     for (int i = 0; i < 2000; ++i) {
         plan.Apply(Time{0}, Reply{original, {}}, out);
         const Outgoing& sent = out.back();
         EXPECT_EQ(sent.bytes.size() < original.size(), sent.faults.Has(Fault::Cut));
-        shortest = std::min(shortest, static_cast<int>(sent.bytes.size()));
         changed += sent.bytes.size() == original.size() && sent.bytes != original ? 1 : 0;
     }
-    EXPECT_EQ(shortest, 0);
     EXPECT_NEAR(changed, 500, 100);
     plan.Apply(Time{0}, Reply{}, out);  // an empty reply has nothing to damage
 }

@@ -38,7 +38,7 @@ class Program(unittest.TestCase):
         return panel
 
     def end(self, panel):
-        """All that the program printed behind the line "ready"."""
+        """All that the program printed after the line "ready"."""
         panel.terminate()
         out, _ = panel.communicate(timeout=20)
         self.assertEqual(panel.returncode, 0)
@@ -82,9 +82,11 @@ class Program(unittest.TestCase):
 
     def test_scripts_and_faults(self):
         script = self.root / "script"
-        script.write_text('TM 1 "\\x01text"\n')
+        script.write_text('TM 1 "\\x01text"\nTM 2 "late" after 20ms\nTM 2 "soon" from-other-port\n')
         panel = self.start("--no-beacon", "--script", script)
-        self.assertEqual([self.ask("TM"), self.ask("TM")], [b"\1text", b"ACK"])
+        self.assertEqual([self.ask("TM"), self.ask("TM")], [b"\1text", b"soon"])
+        self.assertEqual(self.host.recvfrom(2000), (b"late", ("127.0.0.2", 10251)))
+        self.assertEqual(self.ask("TM"), b"ACK")
         self.end(panel)
 
         def fates(*options):

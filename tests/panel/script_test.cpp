@@ -1,10 +1,12 @@
-// Canned replies and hooks.
+// Canned replies, and how log lines show datagrams.
 #include <gtest/gtest.h>
 
 #include <stdexcept>
 #include <string>
 
 #include "tests/panel/fixture.h"
+#include "tools/panel/describe.h"
+#include "tools/panel/log.h"
 #include "tools/panel/script.h"
 
 namespace tavrin {
@@ -61,17 +63,28 @@ TEST(ScriptText, ErrorsNameTheLine) {
     }
 }
 
-TEST_F(ScriptTest, HookMayPassOrReplace) {
-    m_panel.SetHook([](Panel& panel, const Endpoint& host, ByteView datagram, Replies& replies) {
-        if (datagram[4] != 'V') {
-            return false;
-        }
-        panel.Answer(host, datagram, replies.emplace_back().bytes);
-        replies[0].bytes.resize(14);
-        return true;
-    });
-    EXPECT_EQ(Ask("TM"), "ACK");
-    EXPECT_EQ(Ask("VS").size(), 14U);
+TEST(DescribeTest, OneLineADatagram) {
+    LogEntry entry{milliseconds(1500),
+                   Event::LostReply,
+                   0,
+                   {0x7F000001, kHostPort},
+                   {0x7F000002, kPanelPort},
+                   {},
+                   {}};
+    entry.faults.Add(Fault::Lose);
+    const std::pair<std::string, const char*> cases[] = {
+        {std::string("Cmd=UP000005A3a\\b\xFF\0", 19), "UP 000005A3 \"a\\b\\xFF\"  19 bytes"},
+        {std::string("ACK+\0binary", 11), "\"ACK+\"  11 bytes"},
+        {"Cmd=\n", "malformed \"Cmd=\\x0A\"  5 bytes"},
+        {std::string("Cmd=ML3-t\0x", 11), "ML 3- \"t\"  11 bytes"},
+    };
+    for (const auto& [bytes, text] : cases) {
+        entry.bytes = ToBytes(bytes);
+        entry.event = bytes[0] == 'C' ? Event::Request : Event::LostReply;
+        EXPECT_EQ(DescribeEntry(entry), std::string("    1.500000  127.0.0.1:10252 -") +
+                                            (bytes[0] == 'C' ? '>' : 'x') + " 127.0.0.2:10251  " +
+                                            text + "  [lose]");
+    }
 }
 
 }  // namespace

@@ -55,22 +55,6 @@ TEST_F(UploadTest, FileAppearsWhenAllHasCome) {
     EXPECT_EQ(m_folder.Names().size(), 1U) << "no scratch file is left";
 }
 
-TEST_F(UploadTest, PartOfALargeFileIsNeverSeen) {
-    const std::string data(1300, 'x');
-    FileSender sender{.text = "large", .size = 200 * 1300};
-    const auto send = [&](int count) {
-        char digit = '0';
-        for (int i = 0; i < count; ++i, digit = NextDigit(digit)) {
-            ASSERT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit);
-        }
-    };
-    send(199);
-    EXPECT_TRUE(Storage(m_folder.Path()).List("")->empty());
-    send(200);
-    EXPECT_EQ(m_folder.Names().size(), 1U) << "nothing is left of the one given up";
-    EXPECT_EQ(m_folder.Read("large").size(), sender.size);
-}
-
 TEST_F(UploadTest, TextNamesFileOrFolder) {
     std::filesystem::create_directories(m_folder / "dir/short.bin");
     std::filesystem::create_directory(m_folder / "empty");
@@ -156,7 +140,7 @@ TEST_F(UploadTest, GathersMemoryBlocks) {
     EXPECT_EQ(Send(BlockPacket("2-", "a", "2")), "NAK") << "a digit is skipped";
     EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "0 begins anew";
     EXPECT_EQ(Ask("TM"), "ACK");
-    EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "behind another command: a new block";
+    EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "after another command: a new block";
     ASSERT_EQ(m_panel.blocks().size(), 3U);
     EXPECT_EQ(m_panel.blocks()[1].bytes, ToBytes("3"));
 }

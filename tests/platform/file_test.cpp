@@ -4,6 +4,7 @@
 
 #include "platform/file.h"
 #include "platform/folder.h"
+#include "platform/path.h"
 #include "tests/support/scratch_folder.h"
 
 namespace brenholt {
@@ -43,7 +44,13 @@ TEST(FileTest, StatusKnowsPathAndChange) {
     EXPECT_EQ(GetStatus(folder.Text(u".hidden"))->m_attribute, 0x23);
     EXPECT_TRUE(GetStatus(folder.Text(u".hidden"))->m_identity == found->m_identity);
     EXPECT_FALSE(GetStatus(folder.Text()));
-    EXPECT_FALSE(GetStatus(folder.Text(std::u16string(260, u'a'))));
+    const std::string deep = std::string(150, 'd');
+    std::filesystem::create_directory(folder / deep);
+    for (const size_t length : {259U, 260U}) {
+        const std::string name(length - folder.Path().size() - deep.size() - 2, 'f');
+        folder.Write(deep + '/' + name, "x");
+        EXPECT_EQ(GetStatus(folder.Text(WidenName(deep + '/' + name))).has_value(), length == 259);
+    }
 }
 
 TEST(FolderTest, TempFilesAreNewAndUnderTheUmask) {

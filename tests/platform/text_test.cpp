@@ -85,12 +85,14 @@ TEST(TextTest, NumbersAreReadLikeTheRunTimeLibraryReadsThem) {
 }
 
 TEST(PathTest, NamesFromAPanelAreOneComponent) {
-    for (const std::u16string_view bad : {u"", u".", u"..", u"a/b", u"..\\x", u"/abs", u"a\xDC2F"}) {
+    for (const std::u16string_view bad :
+         {u"", u".", u"..", u"a/b", u"..\\x", u"/abs", u"a\xDC2F"}) {
         EXPECT_FALSE(IsPlainName(bad)) << testing::PrintToString(bad);
     }
     EXPECT_FALSE(IsPlainName({u"a\0b", 3}));
     // The last is 95 5C in Japanese code pages.
-    for (const std::u16string_view good : {u"a", u"...", u"..a", u" ", u"C:", u"\xDCFF", u"\x8868"}) {
+    for (const std::u16string_view good :
+         {u"a", u"...", u"..a", u" ", u"C:", u"\xDCFF", u"\x8868"}) {
         EXPECT_TRUE(IsPlainName(good)) << testing::PrintToString(good);
     }
     EXPECT_EQ(LastComponent(u"dir/sub\\file.bin"), u"file.bin");

@@ -17,7 +17,6 @@ class AddressControl : public testing::Test {
         open.Run([&](QWidget& window) {
             Key(Qt::Key_Tab);
             user(window.findChildren<QLineEdit*>());
-            Key(Qt::Key_Escape);
         });
     }
     Address Value() {

@@ -38,7 +38,6 @@ TEST(Dialog, TabFollowsTheTemplateAndCannotBeCaught) {
                 backwards.insert(backwards.begin(), name());
             }
             EXPECT_EQ(backwards, forwards);
-            Key(Qt::Key_Escape);
         });
     }
 }
@@ -157,12 +156,10 @@ TEST(Dialog, GrowsByItsAnchorsOrNotAtAll) {
                   note.translated(0, 30).adjusted(0, 0, 40, 0));
         window.resize(10, 10);
         EXPECT_EQ(Button(window, "OK").geometry(), ok);
-        Key(Qt::Key_Escape);
     });
     OpenDialog target(kTargetTemplate);
     target.Run([](QWidget& window) {
         EXPECT_EQ(window.minimumSize(), window.maximumSize());
-        Key(Qt::Key_Escape);
     });
 }
 
@@ -176,7 +173,6 @@ TEST(Dialog, ReadsFromLeftToRightOnAnyDesktop) {
             EXPECT_GE(field->x(), right);
             right = field->geometry().right();
         }
-        Key(Qt::Key_Escape);
     });
     OpenDialog picker(kPickerTemplate);
     ListView& list = picker.window->GetList(IDC_PICKER_LIST);
@@ -185,7 +181,6 @@ TEST(Dialog, ReadsFromLeftToRightOnAnyDesktop) {
     picker.Run([](QWidget& window) {
         const QHeaderView& header = *window.findChild<QTreeWidget*>()->header();
         EXPECT_EQ(header.sectionViewportPosition(0), 0);
-        Key(Qt::Key_Escape);
     });
 }
 
@@ -210,7 +205,6 @@ TEST(Dialog, FramesAreWholeOnAScaledDesktop) {
                 EXPECT_NE(at(side), at(middle)) << side.x() << ' ' << side.y();
             }
         }
-        Key(Qt::Key_Escape);
     });
 }
 
@@ -227,7 +221,6 @@ TEST(Dialog, NotesArePlainLinesThatComeBackWhole) {
         Key(Qt::Key_Delete);
         EXPECT_EQ(open.window->GetText(IDC_SEARCH_NOTE), note);
         EXPECT_EQ(box->blockCount(), 3);
-        Key(Qt::Key_Escape);
     });
     // The lines that a box is made for need no scroll bar.
     for (int points = 7; points < 20; ++points) {
@@ -237,7 +230,6 @@ TEST(Dialog, NotesArePlainLinesThatComeBackWhole) {
         sized.Run([&](QWidget& window) {
             EXPECT_EQ(window.findChild<QPlainTextEdit*>()->verticalScrollBar()->maximum(), 0)
                 << points;
-            Key(Qt::Key_Escape);
         });
     }
 }

@@ -9,8 +9,9 @@ import subprocess
 import sys
 import tempfile
 import threading
-import time
 import unittest
+
+import programs
 
 PROBE, BACKEND = sys.argv[1:3]
 DISPLAY_NAMES = ("DISPLAY", "WAYLAND_DISPLAY", "WAYLAND_SOCKET", "QT_QPA_PLATFORM", "XAUTHORITY")
@@ -62,16 +63,10 @@ class Session:
     """The probe's dialog on an X server of its own."""
 
     def __init__(self):
-        read, write = os.pipe()
-        self.server = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write), "-noreset", "-nolisten", "tcp", "-screen", "0", "1024x768x24"],
-            pass_fds=[write], stderr=subprocess.DEVNULL)
-        os.close(write)
-        with os.fdopen(read) as numbers:
-            self.environment = environment(DISPLAY=":" + numbers.readline().strip())
+        self.server = programs.XServer(environment())
         # Qt complains of a missing XDG_RUNTIME_DIR, but not in a host's process.
-        self.environment.pop("XDG_RUNTIME_DIR", None)
-        self.probe = subprocess.Popen([PROBE, BACKEND, "run"], env=self.environment, text=True,
+        self.server.environment.pop("XDG_RUNTIME_DIR", None)
+        self.probe = subprocess.Popen([PROBE, BACKEND, "run"], env=self.server.environment, text=True,
                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         self.lines = queue.Queue()
         threading.Thread(target=self.read, daemon=True).start()
@@ -87,22 +82,10 @@ class Session:
         self.probe.stdin.write("\n")
         self.probe.stdin.flush()
 
-    def xdotool(self, *arguments):
-        return subprocess.run(["xdotool", *arguments], env=self.environment, check=True, text=True,
-                              capture_output=True, timeout=60).stdout.split()
-
-    def enter(self, title, but=None):
-        """Waits for a window, another one than `but`, and gives it the focus, as a window manager would."""
-        while not (windows := [window for window in self.xdotool("search", "--sync", "--onlyvisible", "--name", title)
-                               if window != but]):
-            time.sleep(0.01)
-        self.xdotool("windowfocus", "--sync", windows[0])
-        return windows[0]
-
     def close(self):
-        for process in (self.probe, self.server):
-            process.kill()
-            process.wait()
+        self.probe.kill()
+        self.probe.wait()
+        self.server.end()
         for stream in (self.probe.stdin, self.probe.stdout, self.probe.stderr):
             stream.close()
 
@@ -112,34 +95,34 @@ class XServer(unittest.TestCase):
     def test_keys_and_mouse_of_an_x_server(self):
         session = Session()
         self.addCleanup(session.close)
-        dialog = session.enter("^Search Tavrin$")
-        session.xdotool("key", "Tab", "Down")
+        xdotool = session.server.xdotool
+        dialog = session.server.enter("^Search Tavrin$")
+        xdotool("key", "Tab", "Down")
         self.assertEqual(session.line(), "event 0x4e 1023 -101 row 0")
-        session.xdotool("key", "Down")
+        xdotool("key", "Down")
         self.assertEqual(session.line(), "event 0x4e 1023 -101 row 1")
 
-        session.xdotool("key", "Tab", "Tab", "space")
+        xdotool("key", "Tab", "Tab", "space")
         self.assertEqual(session.line(), "event 0x111 1026 0 row 1")
-        session.enter("^Search Tavrin$", dialog)
-        session.xdotool("key", "Escape")
+        session.server.enter("^Search Tavrin$", dialog)
+        xdotool("key", "Escape")
         self.assertEqual(session.line(), "answer 2")
 
-        session.xdotool("windowfocus", "--sync", dialog)
-        session.xdotool("mousemove", "--window", dialog, "30", "45", "click", "1")
+        xdotool("windowfocus", "--sync", dialog)
+        xdotool("mousemove", "--window", dialog, "30", "45", "click", "1")
         self.assertEqual(session.line(), "event 0x4e 1023 -101 row 0")
 
         # What the user does while he has to wait goes nowhere.
-        session.xdotool("key", "Tab", "space")
+        xdotool("key", "Tab", "space")
         self.assertEqual([session.line() for _ in range(2)], ["event 0x111 1024 0 row 0", "waits"])
-        session.xdotool("key", "Tab", "space", "Escape", "mousemove", "--window", dialog, "30", "65", "click", "1")
+        xdotool("key", "Tab", "space", "Escape", "mousemove", "--window", dialog, "30", "65", "click", "1")
         session.go_on()
         self.assertEqual(session.line(), "waited")
-        session.xdotool("key", "shift+Tab", "Return")
+        xdotool("key", "shift+Tab", "Return")
         self.assertEqual([session.line() for _ in range(2)], ["event 0x111 1 0 row 0", "ended 1"])
 
         # Its display ends, the process does not.
-        session.server.kill()
-        session.server.wait()
+        session.server.end()
         session.go_on()
         self.assertEqual([session.line() for _ in range(2)], ["refused", "opened locale C"])
         self.assertEqual(session.probe.wait(timeout=60), 0)

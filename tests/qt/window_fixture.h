@@ -89,9 +89,14 @@ struct OpenDialog {
         window = Backend().CreateDialog(dialog, listener);
         listener.window = window.get();
     }
-    // Runs the dialog; `user` acts in it and leaves it ended.
+    // Runs the dialog; `user` acts in it, and presses Escape in the end where it is still open.
     int Run(const std::function<void(QWidget&)>& user) {
-        WhenOpen(user);
+        WhenOpen([user](QWidget& shown) {
+            user(shown);
+            if (shown.isVisible()) {
+                QTest::keyClick(&shown, Qt::Key_Escape);
+            }
+        });
         return window->RunModal();
     }
     Listener listener;

@@ -2,7 +2,7 @@
 // that happens.
 //   window_probe BACKEND          "refused", or "opened" and the process's locale
 //   window_probe BACKEND run      also runs the dialog until OK, Cancel or the close box. Refresh
-//                                 makes the user wait for a line on stdin; behind another line the
+//                                 makes the user wait for a line on stdin; after another line the
 //                                 dialog is opened a second time
 #include <dlfcn.h>
 

@@ -25,6 +25,7 @@ class LinkFixture : public testing::Test {
         link->Create(kCommandPort);
         wire.onSend = [this](const WireDatagram& request) {
             sent.push_back(request.bytes);
+            ASSERT_LT(sent.size(), 100'000U) << "a command without end";
             if (const auto reply = answer ? answer(request.bytes) : std::nullopt) {
                 Reply(*reply);
             }

@@ -61,6 +61,18 @@ class ModuleHost : public testing::Test {
         ASSERT_TRUE(Eventually([this] { return table->UseUnit(u"127.0.0.2") == 1; }));
     }
 
+    // The panel answers each request with what `answer` makes of it, after `delay`; with an empty text, not at all.
+    void AnswerWith(const std::function<std::string(const std::string&)>& answer,
+                    std::chrono::milliseconds delay = {}) {
+        server->SetHook(0, [=](tavrin::Panel&, const tavrin::Endpoint&, tavrin::ByteView request,
+                               tavrin::Replies& replies) {
+            const std::string reply = answer(std::string(request.begin(), request.end()));
+            if (!reply.empty()) {
+                replies = {{tavrin::Bytes(reply.begin(), reply.end()), delay}};
+            }
+            return true;
+        });
+    }
     // The outcome of a command in either mode.
     int Outcome(int slotResult) {
         if (!isPosted) {

@@ -48,7 +48,7 @@ class ScratchFolder {
         struct stat status {};
         return stat((m_path + '/' + name).c_str(), &status) == 0 ? status.st_mtime : -1;
     }
-    // What stands in the folder, sorted.
+    // What is in the folder, sorted.
     std::vector<std::string> Names() const {
         std::vector<std::string> names;
         for (const auto& entry : std::filesystem::directory_iterator(m_path)) {

@@ -1,4 +1,4 @@
-// Listings and transfers seen alone: layouts, digits, pacing, what a reply may do to them.
+// Files and blocks: layouts, digits, pacing, what a reply may do to them.
 #include <sys/stat.h>
 
 #include <cstring>
@@ -10,100 +10,6 @@
 
 namespace brenholt {
 namespace {
-
-class ListingTest : public LinkFixture {
- protected:
-    int List(int maxEntries = 8) {
-        sent.clear();
-        return link->CmdDR(u"dir", maxEntries, entries.data(), 0);
-    }
-    std::string Tokens() {
-        std::string digits;
-        for (const std::string& request : sent) {
-            EXPECT_EQ(request.substr(0, 6) + request.substr(7), "Cmd=DR" + WithNul("dir"));
-            digits += request[6];
-        }
-        return digits;
-    }
-    std::vector<PanelDirEntry> entries{std::vector<PanelDirEntry>(8)};
-};
-
-TEST_F(ListingTest, PagesFillEntries) {
-    const std::string longName(255, 'n');
-    AnswerInTurn(
-        {Page('+', {Record("a"), Record(std::string("b\0c", 3))}), Page('0', {Record(longName)})});
-    std::memset(entries.data(), 'x', entries.size() * sizeof entries[0]);
-    EXPECT_EQ(List(), 3);
-    EXPECT_EQ(Tokens(), "01");
-    EXPECT_EQ(entries[0].dwSize, 5U);
-    EXPECT_EQ(entries[0].ftLastWrite.dwLow, 0x11223344U);
-    EXPECT_EQ(entries[0].ftLastWrite.dwHigh, 0x01DA0000U);
-    EXPECT_EQ(entries[0].dwAttributes, 0x20U);
-    EXPECT_STREQ(entries[0].szName, "a");
-    EXPECT_EQ(std::memcmp(entries[1].szName, "b\0\0\0x", 5), 0)
-        << "zeros to the name's length, no more";
-    EXPECT_EQ(entries[2].szName, longName);
-    EXPECT_EQ(entries[3].szName[0], 'x') << "only reported entries are written";
-    EXPECT_EQ(link->m_nResult, 3);
-}
-
-TEST_F(ListingTest, TokensRunThroughNineToOne) {
-    std::vector<std::string> pages(10, Page('+', {}));
-    pages.push_back(Page('-', {Record("z")}));
-    AnswerInTurn(pages);
-    EXPECT_EQ(List(), 1);
-    EXPECT_EQ(Tokens(), "01234567891");
-}
-
-TEST_F(ListingTest, LostPageIsAskedForAgain) {
-    AnswerInTurn({Page('+', {Record("a")}), "", "", Page('0', {Record("b")})});
-    EXPECT_EQ(List(), 2);
-    EXPECT_EQ(Tokens(), "0111");
-    EXPECT_EQ(link->m_nPaceMs, 2);
-    AnswerInTurn({});
-    EXPECT_EQ(List(), 0);
-    EXPECT_EQ(link->m_nPaceMs, 3) << "silence stops raising at 3";
-}
-
-TEST_F(ListingTest, FullArrayDropsTheRest) {
-    AnswerInTurn({Page('+', {Record("a"), Record("b"), Record("c")}), Page('0', {Record("d")})});
-    EXPECT_EQ(List(2), 2);
-    EXPECT_EQ(Tokens(), "01");
-    AnswerAlways(Page('+', {Record("a"), Record("b")}));
-    EXPECT_EQ(List(2), 2) << "a panel that promises pages for ever";
-    EXPECT_LT(sent.size(), 100U);
-}
-
-TEST_F(ListingTest, BrokenOrRefusedListingCountsForNothing) {
-    const std::string whole = Page('0', {Record("name")});
-    std::string lies = whole;
-    lies[5] = 2;
-    for (const std::string& second :
-         {std::string("nak"), lies, whole.substr(0, whole.size() - 1), std::string("AC"),
-          std::string("A\0K0 ", 5), std::string("ACK0")}) {
-        AnswerInTurn({Page('+', {Record("first")}), second});
-        EXPECT_EQ(List(), 0) << testing::PrintToString(second);
-        EXPECT_EQ(sent.size(), 2U);
-    }
-    AnswerAlways(Page('+', {}));
-    EXPECT_EQ(List(), 0) << "pages for ever that bring nothing";
-    EXPECT_LT(sent.size(), 100U);
-    AnswerAlways("NAKED\1" + Record(""));
-    EXPECT_EQ(List(), 1) << "begins with the word but is a page";
-}
-
-TEST_F(ListingTest, MarkerIsACharacterOfTheText) {
-    // Two characters of two bytes each: the third byte-wise position is no character of its own.
-    AnswerInTurn({std::string("\xC3\xA4\xC3\xB6K+", 6) + Record(""), Page('0', {})});
-    EXPECT_EQ(List(), 0);
-    EXPECT_EQ(sent.size(), 1U);
-}
-
-TEST_F(ListingTest, PostedOrWithoutRoomGivesNothing) {
-    EXPECT_EQ(link->CmdDR(u"dir", 8, entries.data(), 1), 0) << "posted";
-    EXPECT_EQ(link->m_bBusy, 1);
-    EXPECT_EQ(link->CmdDR(u"dir", 8, nullptr, 0), 0);
-}
 
 class FetchTest : public LinkFixture {
  protected:
@@ -150,6 +56,7 @@ TEST_F(FetchTest, TimeIsThatOfTheLastPacketInWholeSeconds) {
     AnswerInTurn({Packet('+', "a", noon), Packet('0', "b", noon + kSecond + 9'000'000)});
     EXPECT_EQ(Fetch(), 1);
     EXPECT_EQ(folder.LastWrite("file.bin"), 1'700'000'001);
+    EXPECT_EQ(ElapsedMs(), 2U) << "nothing to wait for after the last packet";
     for (const uint64_t none : {uint64_t{0}, uint64_t{1} << 63}) {
         const time_t before = time(nullptr) - 1;
         AnswerInTurn({Packet('0', "", none)});
@@ -157,6 +64,40 @@ TEST_F(FetchTest, TimeIsThatOfTheLastPacketInWholeSeconds) {
         EXPECT_GE(folder.LastWrite("file.bin"), before);
         EXPECT_EQ(folder.Read("file.bin"), "");
     }
+}
+
+TEST_F(FetchTest, PacketWithoutAMarkerIsNotTheLast) {
+    AnswerInTurn({Packet('\0', "ab"), Packet('0', "c")});
+    EXPECT_EQ(Fetch(), 1);
+    EXPECT_EQ(sent.size(), 2U);
+    EXPECT_EQ(folder.Read("file.bin"), "abc");
+}
+
+TEST_F(FetchTest, CancelThatComesWithAPacketIsReported) {
+    for (const char marker : {'+', '0'}) {
+        answer = [this, marker](const std::string&) {
+            wire.At(1000, [this] { link->m_bCancel = 1; });
+            return Packet(marker, "new");
+        };
+        EXPECT_EQ(Fetch(), 0);
+        EXPECT_EQ(sent.size(), 1U);
+        EXPECT_EQ(folder.Names().size(), marker == '0' ? 1U : 0U) << "the last one ends the file";
+    }
+}
+
+TEST_F(FetchTest, ReplyAfterTheLastOneOfEqualPacketsMakesItBeginAgain) {
+    const std::string zeros = Packet('+', std::string(1363, '\0'));
+    const std::vector<std::string> replies{zeros, zeros, Packet('0', "end")};
+    answer = [&](const std::string&) -> std::optional<std::string> {
+        if (sent.size() == 3) {
+            Reply(Packet('0', "of another offset"), 2);
+        }
+        return sent.size() <= 3 ? std::optional(replies[sent.size() - 1]) : std::nullopt;
+    };
+    EXPECT_EQ(Fetch(), 0);
+    EXPECT_EQ(sent.size(), 6U);
+    EXPECT_EQ(sent[3], sent[0]) << "the packets may not have been those of their offsets";
+    EXPECT_TRUE(folder.Names().empty());
 }
 
 TEST_F(FetchTest, FailureLeavesTheOldFileAndNothingElse) {
@@ -189,7 +130,7 @@ TEST_F(FetchTest, FailureLeavesTheOldFileAndNothingElse) {
     EXPECT_TRUE(sent.empty());
     untouched("names that are none");
     mkdir((folder.Path() + "/taken").c_str(), 0777);
-    EXPECT_EQ(Fetch(u"taken"), 0) << "a folder stands in the way";
+    EXPECT_EQ(Fetch(u"taken"), 0) << "a folder is in the way";
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"file.bin", "taken"}));
 }
 
@@ -258,12 +199,44 @@ TEST_F(SendTest, FilesThatCannotBeSentSendNothing) {
     mkfifo((folder.Path() + "/fifo").c_str(), 0666);
     folder.Write("huge", "x");
     EXPECT_EQ(truncate((folder.Path() + "/huge").c_str(), off_t{1} << 31), 0);
+    answer = nullptr;
     for (const char16_t* name : {u"empty", u"missing", u"fifo", u"", u"huge"}) {
         EXPECT_EQ(link->CmdDL(folder.Text(name).c_str(), u"r", 0), 0);
     }
     EXPECT_EQ(link->CmdDL(nullptr, nullptr, 0), 0);
     EXPECT_EQ(link->CmdDL(u"/dev/zero", u"r", 0), 0);
     EXPECT_TRUE(sent.empty());
+}
+
+// It is counted in bytes, its area in characters of the path and one more.
+TEST_F(SendTest, NameMustFitItsArea) {
+    const size_t fits = folder.Path().size() + 1;
+    for (const size_t letters : {fits, fits + 1}) {
+        std::string bytes;
+        for (size_t i = 0; i < letters; ++i) {
+            bytes += "\xC3\xA4";
+        }
+        folder.Write(bytes, "data");
+        sent.clear();
+        const std::u16string path = folder.Text(std::u16string(letters, u'\xE4'));
+        EXPECT_EQ(link->CmdDL(path.c_str(), u"r", 0), letters == fits ? 1 : 0);
+        EXPECT_EQ(sent.size(), letters == fits ? 1U : 0U);
+    }
+}
+
+TEST_F(SendTest, FileThatIsAnotherForAWhileIsNotSent) {
+    const std::string path = folder.Path() + "/f";
+    folder.Write("f", std::string(kTransferBlock + 1, 'x'));
+    folder.Write("other", std::string(kTransferBlock + 1, 'y'));
+    answer = [&](const std::string& request) {
+        if (sent.size() == 2) {
+            std::rename(path.c_str(), (path + "kept").c_str());
+            std::rename((folder.Path() + "/other").c_str(), path.c_str());
+        }
+        EXPECT_NE(request.back(), 'y');
+        return std::string("ACK") + request[6];
+    };
+    EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 0);
 }
 
 TEST_F(SendTest, FileThatChangesMeanwhileIsNotReportedAsSent) {

@@ -84,6 +84,9 @@ TEST_F(PingTest, GreetingMakesTheBeacon) {
     Hear("10.0.0.4", Beacon(std::string(1382, 'x')));
     EXPECT_EQ(Listed().size(), 4U);
     EXPECT_EQ(Listed()[2], "10.0.0.3 Line");
+    BrenholtUnitRow rows[2]{};
+    EXPECT_EQ(ping.CopyUnits(1, reinterpret_cast<uint8_t*>(rows)), 1);
+    EXPECT_EQ(rows[1].szIp[0], 0) << "no more rows than there is room for";
     EXPECT_EQ(Listed()[3].size(), 9 + 255U) << "a project is cut to its field";
 }
 

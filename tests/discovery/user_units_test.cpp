@@ -136,7 +136,7 @@ TEST_F(UserUnitsTest, AFileThatCannotBeHadEmptiesTheLoadAndKeepsTheList) {
     EXPECT_THAT(Listed(), ElementsAre(u"10.0.0.1", u"10.0.0.2"));
 }
 
-// A limit on the size of files stands for a full disk: a write stops short, the next one fails.
+// A limit on the size of files acts as a full disk: a write stops short, the next one fails.
 TEST_F(UserUnitsTest, AFullDiskCutsTheFileButNotTheList) {
     Add(u"10.0.0.1");
     Add(u"10.0.0.2");

@@ -77,7 +77,7 @@ TEST_F(FolderTest, FolderThatIsNotListedCountsAsEmpty) {
 
 TEST_F(FolderTest, ThousandEntriesComeAndOneMoreIsTold) {
     for (const int entries : {1000, 1001}) {
-        // Pages go round the digits: told apart by their number here.
+        // Pages go round the digits: distinguished by their number here.
         std::vector<std::string> pages;
         for (int at = 0; at < entries;) {
             std::vector<std::string> records;
@@ -151,6 +151,7 @@ TEST_F(FolderTest, CancelEndsAStepAndStopEndsTheWalk) {
     EXPECT_EQ(folder.Names(), (std::vector<std::string>{"b", "c"}));
 
     link->m_bStop = 0;
+    listings["p"] = {Page('0', {Record("a"), Record("sub", 0, kFolder)})};
     answer = [&](const std::string& request) {
         return request.find("p\\a") != std::string::npos ? during([this] {
             link->m_bCancel = 1;
@@ -159,7 +160,8 @@ TEST_F(FolderTest, CancelEndsAStepAndStopEndsTheWalk) {
                                                          : usual(request);
     };
     EXPECT_EQ(Copy(), 0);
-    EXPECT_TRUE(fetched.empty()) << "nothing was asked for behind the first file";
+    EXPECT_TRUE(fetched.empty()) << "nothing was asked for after the first file";
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"b", "c"})) << "nor made";
 }
 
 }  // namespace

@@ -1,0 +1,105 @@
+// A host on two networks, in a network namespace of the test's own: a panel on each, and one on a
+// network that the host is not on. The panels' addresses are on the loopback interface.
+#include <gmock/gmock.h>
+#include <sched.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <string>
+
+#include "link/tv_udp.h"
+#include "platform/address.h"
+#include "platform/clock.h"
+#include "tests/dialogs/scripted_backend.h"
+
+namespace brenholt {
+namespace {
+
+// Called while there is one thread only.
+bool Shell(const std::string& command) {
+    return std::system((command + " 2>/dev/null").c_str()) == 0;  // NOLINT(concurrency-mt-unsafe)
+}
+
+// Makes this process the root of a network of its own; false where that is not allowed.
+bool EnterNamespace() {
+    const std::string user = std::to_string(geteuid());
+    const std::string group = std::to_string(getegid());
+    if (unshare(CLONE_NEWNET) == 0) {
+        return true;
+    }
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNET) != 0) {
+        return false;
+    }
+    std::ofstream("/proc/self/setgroups") << "deny";
+    std::ofstream("/proc/self/uid_map") << "0 " + user + " 1";
+    std::ofstream("/proc/self/gid_map") << "0 " + group + " 1";
+    return true;
+}
+
+int BoundSocket(const char* address) {
+    sockaddr_in local{};
+    local.sin_family = AF_INET;
+    local.sin_addr.s_addr = inet_addr(address);
+    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    return bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) == 0 ? fd : -1;
+}
+
+void SendBeacon(int fd, const char* host, const std::string& project) {
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_port = htons(BRENHOLT_PORT_BEACON);
+    to.sin_addr.s_addr = inet_addr(host);
+    const std::string beacon = "Is there anybody ?" + project + "_ARM_0123";
+    sendto(fd, beacon.data(), beacon.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
+}
+
+TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
+    if (!EnterNamespace()) {
+        GTEST_SKIP() << "this user may not make network namespaces";
+    }
+    if (!Shell("ip link set lo up && ip link add net1 type veth peer name net2 && "
+               "ip addr add 10.1.0.1/24 dev net1 && ip addr add 10.2.0.1/24 dev net2 && "
+               "ip link set net1 up && ip link set net2 up && ip addr add 10.1.0.5/32 dev lo && "
+               "ip addr add 10.2.0.5/32 dev lo && ip addr add 10.9.0.5/32 dev lo")) {
+        GTEST_SKIP() << "the ip tool or the kernel's veth is missing";
+    }
+    const int near = BoundSocket("10.1.0.5");
+    const int second = BoundSocket("10.2.0.5");
+    const int far = BoundSocket("10.9.0.5");
+    CTvUdp link;
+    ASSERT_EQ(link.Start(1, 100, 0), 1);
+    std::vector<BrenholtUnitRow> rows(8);
+    for (int round = 0; round < 400; ++round) {
+        SendBeacon(near, "10.1.0.1", "Near");
+        SendBeacon(second, "10.2.0.1", "Second");
+        SendBeacon(far, "10.1.0.1", "Far");
+        if (link.GetUnits(8, reinterpret_cast<uint8_t*>(rows.data())) == 3) {
+            break;
+        }
+        Sleep(50);
+    }
+    ScriptedBackend backend;
+    backend.Then([](ScriptedWindow& window) {
+        std::map<std::u16string, std::u16string> listed;
+        for (const Cells& row : window.Rows()) {
+            listed[row[0]] = row[1] + u' ' + row[3];
+        }
+        EXPECT_THAT(listed, testing::ElementsAre(std::pair(u"10.1.0.5", u"Near Auto"),
+                                                 std::pair(u"10.2.0.5", u"Second Auto")));
+        EXPECT_EQ(window.Shown(1008), u"Different network Tavrin : 10.9.0.5  Far\r\n");
+        window.Select(window.Rows().at(0).at(1) == u"Second" ? 0 : 1);
+        window.Press(IDOK);
+    });
+    EXPECT_EQ(link.SelectTarget(0), 1);
+    EXPECT_EQ(std::u16string(link.m_strTargetIp.c_str()), u"10.2.0.5");
+    EXPECT_EQ(link.m_nTargetVersion, 123);
+    link.Stop();
+    for (const int fd : {near, second, far}) {
+        close(fd);
+    }
+}
+
+}  // namespace
+}  // namespace brenholt
