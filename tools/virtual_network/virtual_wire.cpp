@@ -18,7 +18,7 @@ void VirtualWire::Reset(uint64_t tickMs) {
     m_nowUs = tickMs * 1000;
     m_events = {};
     m_queues.clear();
-    m_interrupted = false;
+    m_interrupted.clear();
     onSend = nullptr;
 }
 
@@ -96,23 +96,27 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
 }
 
 int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
-    VirtualWire& wire = VirtualWire::Get();
-    wire.Advance(0);
-    int n = TakeDatagram(buffer, from);
-    const uint64_t until = wire.m_nowUs + waitUs;
-    while (n < 0 && wire.m_nowUs < until && !std::exchange(wire.m_interrupted, false)) {
-        const uint64_t next = wire.m_events.empty() ? until : wire.m_events.top().dueUs;
-        wire.Advance(std::min(next, until) - wire.m_nowUs);
-        n = TakeDatagram(buffer, from);
-    }
-    return n;
+    AwaitDatagram(waitUs);
+    return TakeDatagram(buffer, from);
 }
 
-void CAsyncSocket::AllowInterrupt() {
+bool CAsyncSocket::AwaitDatagram(uint32_t waitUs) {
+    VirtualWire& wire = VirtualWire::Get();
+    wire.Advance(0);
+    const auto waiting = [&] {
+        const auto port = wire.m_ports.find(this);
+        return port != wire.m_ports.end() && wire.Waiting(port->second) > 0;
+    };
+    const uint64_t until = wire.m_nowUs + waitUs;
+    while (!waiting() && wire.m_nowUs < until && wire.m_interrupted.erase(this) == 0) {
+        const uint64_t next = wire.m_events.empty() ? until : wire.m_events.top().dueUs;
+        wire.Advance(std::min(next, until) - wire.m_nowUs);
+    }
+    return waiting();
 }
 
 void CAsyncSocket::Interrupt() {
-    VirtualWire::Get().m_interrupted = true;
+    VirtualWire::Get().m_interrupted.insert(this);
 }
 
 int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {

@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <queue>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -59,7 +60,7 @@ class VirtualWire {
     std::priority_queue<Event, std::vector<Event>, std::greater<>> m_events;
     std::map<uint16_t, std::queue<WireDatagram>> m_queues;
     std::map<const CAsyncSocket*, uint16_t> m_ports;
-    bool m_interrupted = false;  // the wait under way or, without one, the next
+    std::set<const CAsyncSocket*> m_interrupted;  // the wait under way or, without one, the next
 };
 
 }  // namespace brenholt
