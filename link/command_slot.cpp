@@ -121,7 +121,8 @@ unsigned CTvUdp::ServiceThread(void* link) {
 }
 
 int CTvUdp::ServiceOnce() {
-    if (g_bInRecv != 0 || m_bRunning != 0 || m_bPosted == 0) {
+    // In this order: what is posted while another runs finds that one running.
+    if (m_bPosted == 0 || g_bInRecv != 0 || m_bRunning != 0) {
         return m_bStop;
     }
     CommandSlot slot;

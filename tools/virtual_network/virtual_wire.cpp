@@ -47,6 +47,43 @@ size_t VirtualWire::Waiting(uint16_t localPort) const {
     return queue != m_queues.end() ? queue->second.size() : 0;
 }
 
+void VirtualWire::AdvanceTowards(uint64_t untilUs) {
+    Advance(std::max(std::min(NextUs(), untilUs), m_nowUs) - m_nowUs);
+}
+
+void VirtualWire::Wait(uint64_t untilUs, const std::function<bool()>& ready) {
+    if (turns != nullptr) {
+        turns->Wait(untilUs, ready);
+        return;
+    }
+    while (m_nowUs < untilUs && !ready()) {
+        AdvanceTowards(untilUs);
+    }
+}
+
+namespace {
+
+// A call of the module.
+class Call {
+ public:
+    Call() {
+        if (wire.turns != nullptr) {
+            wire.turns->Enter();
+        }
+    }
+    ~Call() {
+        if (wire.turns != nullptr) {
+            wire.turns->Leave();
+        }
+    }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    VirtualWire& wire = VirtualWire::Get();
+};
+
+}  // namespace
+
 uint64_t GetMicroseconds() {
     return VirtualWire::Get().NowUs();
 }
@@ -56,7 +93,8 @@ uint32_t GetTickCount() {
 }
 
 void Sleep(uint32_t milliseconds) {
-    VirtualWire::Get().Advance(uint64_t{milliseconds} * 1000);
+    const Call call;
+    call.wire.Wait(call.wire.NowUs() + uint64_t{milliseconds} * 1000, [] { return false; });
 }
 
 bool CAsyncSocket::Create(uint16_t port) {
@@ -64,22 +102,25 @@ bool CAsyncSocket::Create(uint16_t port) {
 }
 
 bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter>) {
-    VirtualWire::Get().m_ports[this] = port;
+    const Call call;
+    call.wire.m_ports[this] = port;
     return true;
 }
 
 void CAsyncSocket::Close() {
-    VirtualWire::Get().m_ports.erase(this);
+    const Call call;
+    call.wire.m_ports.erase(this);
+    call.wire.m_interrupted.erase(this);
 }
 
 int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
-    VirtualWire& wire = VirtualWire::Get();
+    const Call call;
     from = {};
-    const auto port = wire.m_ports.find(this);
-    if (port == wire.m_ports.end()) {
+    const auto port = call.wire.m_ports.find(this);
+    if (port == call.wire.m_ports.end()) {
         return -1;
     }
-    auto& queue = wire.m_queues[port->second];
+    auto& queue = call.wire.m_queues[port->second];
     if (queue.empty()) {
         return -1;
     }
@@ -101,33 +142,32 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint
 }
 
 bool CAsyncSocket::AwaitDatagram(uint32_t waitUs) {
-    VirtualWire& wire = VirtualWire::Get();
+    const Call call;
+    VirtualWire& wire = call.wire;
     wire.Advance(0);
     const auto waiting = [&] {
         const auto port = wire.m_ports.find(this);
         return port != wire.m_ports.end() && wire.Waiting(port->second) > 0;
     };
-    const uint64_t until = wire.m_nowUs + waitUs;
-    while (!waiting() && wire.m_nowUs < until && wire.m_interrupted.erase(this) == 0) {
-        const uint64_t next = wire.m_events.empty() ? until : wire.m_events.top().dueUs;
-        wire.Advance(std::min(next, until) - wire.m_nowUs);
-    }
-    return waiting();
+    wire.Wait(wire.m_nowUs + waitUs,
+              [&] { return waiting() || wire.m_interrupted.count(this) != 0; });
+    return waiting() || wire.m_interrupted.erase(this) != 0;
 }
 
 void CAsyncSocket::Interrupt() {
-    VirtualWire::Get().m_interrupted.insert(this);
+    const Call call;
+    call.wire.m_interrupted.insert(this);
 }
 
 int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
-    VirtualWire& wire = VirtualWire::Get();
-    const auto port = wire.m_ports.find(this);
-    if (port == wire.m_ports.end()) {
+    const Call call;
+    const auto port = call.wire.m_ports.find(this);
+    if (port == call.wire.m_ports.end()) {
         return -1;
     }
-    if (wire.onSend) {
-        wire.onSend({inet_ntoa(to.sin_addr.s_addr), ntohs(to.sin_port), port->second,
-                     std::string(data.begin(), data.end())});
+    if (call.wire.onSend) {
+        call.wire.onSend({inet_ntoa(to.sin_addr.s_addr), ntohs(to.sin_port), port->second,
+                          std::string(data.begin(), data.end())});
     }
     return static_cast<int>(data.size());
 }

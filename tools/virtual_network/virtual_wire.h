@@ -1,5 +1,5 @@
 // A clock and a wire whose owner is a test or a fuzz target: link this library in the place of brenholt_wire. Everything
-// happens on one thread, in the order of virtual time, the same on each run.
+// happens in the order of virtual time, the same on each run: on one thread, or on those that take turns.
 #ifndef BRENHOLT_TOOLS_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
 #define BRENHOLT_TOOLS_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
 
@@ -24,9 +24,22 @@ struct WireDatagram {
     std::string bytes;
 };
 
+// How several threads share clock and wire.
+class WireTurns {
+ public:
+    virtual ~WireTurns() = default;
+    // Around each call of the module.
+    virtual void Enter() = 0;
+    virtual void Leave() = 0;
+    // Returns at the time `untilUs`, or earlier when `ready` holds.
+    virtual void Wait(uint64_t untilUs, const std::function<bool()>& ready) = 0;
+};
+
 class VirtualWire {
  public:
     static VirtualWire& Get();
+    // Without it there is one thread, and time passes where that waits.
+    WireTurns* turns = nullptr;
 
     // An empty wire at `tickMs`, with nobody listening to what is sent.
     void Reset(uint64_t tickMs = 1'000'000);
@@ -40,6 +53,12 @@ class VirtualWire {
     void At(uint64_t delayUs, std::function<void()> event);
     // Lets time pass.
     void Advance(uint64_t us);
+    // Lets it pass up to the next event, or to `untilUs` if that comes first.
+    void AdvanceTowards(uint64_t untilUs);
+    // When the next event is due; UINT64_MAX without one.
+    uint64_t NextUs() const { return m_events.empty() ? UINT64_MAX : m_events.top().dueUs; }
+    // Blocks the calling thread until then, or until `ready` holds.
+    void Wait(uint64_t untilUs, const std::function<bool()>& ready);
 
     // What stands unread in the queue of a port.
     size_t Waiting(uint16_t localPort) const;
