@@ -53,7 +53,7 @@ void CTvPing::Rest() {
     const uint64_t start = GetMicroseconds();
     AwaitDatagram(UINT32_MAX);
     const uint64_t rested = GetMicroseconds() - start;
-    if (rested < kPassUs) {
+    if (m_bStop == 0 && rested < kPassUs) {
         Sleep(static_cast<uint32_t>((kPassUs - rested + 999) / 1000));
     }
 }

@@ -111,12 +111,8 @@ void CTvUdp::WakeWorker() {
 unsigned CTvUdp::ServiceThread(void* link) {
     auto* self = static_cast<CTvUdp*>(link);
     return self->RunPasses(
-        [self] {
-            // Read before the slot: what was posted before the stop still runs.
-            const int stop = self->m_bStop;
-            self->ServiceOnce();
-            return stop != 0 && self->m_bPosted == 0 ? 1 : 0;
-        },
+        // What was posted before the stop still runs.
+        [self] { return self->ServiceOnce() != 0 && self->m_bPosted == 0 ? 1 : 0; },
         [self] { self->m_work.Wait(); });
 }
 

@@ -14,6 +14,9 @@ namespace {
 // How long a wait lasts at most that nothing can interrupt.
 constexpr uint32_t kSliceUs = 10'000;
 
+// After a send, where the answer before came within that time, the wake-up of a thread included.
+constexpr uint64_t kSpinNs = 50'000;
+
 uint64_t NowNs() {
     timespec now{};
     clock_gettime(CLOCK_MONOTONIC, &now);
@@ -69,19 +72,16 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
 
 int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
     from = {};
-    while (waitUs > 0 && NowNs() < m_spinUntil) {
+    if (waitUs == 0) {
+        return TakeDatagram(buffer, from);
+    }
+    while (m_spins && NowNs() - m_sentNs < kSpinNs) {
         const int n = TakeDatagram(buffer, from);
         if (n >= 0) {
-            m_spinNs = kLongSpinNs;
             return n;
         }
     }
-    if (waitUs > 0) {
-        m_spinNs = kShortSpinNs;
-        if (!AwaitDatagram(waitUs)) {
-            return -1;
-        }
-    }
+    m_spins = AwaitDatagram(waitUs) && NowNs() - m_sentNs < kSpinNs;
     return TakeDatagram(buffer, from);
 }
 
@@ -105,7 +105,7 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
         return sendto(m_socket.Get(), data.data(), data.size(), 0,
                       reinterpret_cast<const sockaddr*>(&to), sizeof to);
     });
-    m_spinUntil = NowNs() + m_spinNs;
+    m_sentNs = NowNs();
     return static_cast<int>(n);
 }
 

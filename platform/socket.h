@@ -38,8 +38,8 @@ class CAsyncSocket {
     // Takes one waiting datagram: its length (0 for an empty one) and its source, or -1 when none is
     // waiting or the receive fails. A datagram longer than `buffer` is a failed receive and is lost.
     // `waitUs` (microseconds) above 0 waits for it as AwaitDatagram does, but shortly after a send it spins
-    // first, as the answer of a panel nearby is a matter of microseconds; not for long when the last spin
-    // brought nothing.
+    // first, as the answer of a panel on the same machine is a matter of microseconds; not where the answer
+    // before took longer.
     int ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs);
 
     // Blocks until a datagram is there or an interrupt comes, but no longer than `waitUs`. It may end
@@ -58,11 +58,8 @@ class CAsyncSocket {
 
     CDescriptor m_socket;
     CWaker m_waker;
-    static constexpr uint64_t kLongSpinNs = 50'000;
-    static constexpr uint64_t kShortSpinNs = 10'000;
-
-    [[maybe_unused]] uint64_t m_spinNs = kLongSpinNs;
-    [[maybe_unused]] uint64_t m_spinUntil = 0;  // nanoseconds of the monotonic clock
+    [[maybe_unused]] bool m_spins = true;
+    [[maybe_unused]] uint64_t m_sentNs = 0;  // of the monotonic clock
 };
 
 }  // namespace brenholt

@@ -19,6 +19,7 @@ void VirtualWire::Reset(uint64_t tickMs) {
     m_events = {};
     m_queues.clear();
     m_interrupted.clear();
+    astray = 0;
     onSend = nullptr;
 }
 
@@ -118,6 +119,7 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
     from = {};
     const auto port = call.wire.m_ports.find(this);
     if (port == call.wire.m_ports.end()) {
+        ++call.wire.astray;
         return -1;
     }
     auto& queue = call.wire.m_queues[port->second];
@@ -163,6 +165,7 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
     const Call call;
     const auto port = call.wire.m_ports.find(this);
     if (port == call.wire.m_ports.end()) {
+        ++call.wire.astray;
         return -1;
     }
     if (call.wire.onSend) {

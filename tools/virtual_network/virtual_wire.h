@@ -60,6 +60,8 @@ class VirtualWire {
     // Blocks the calling thread until then, or until `ready` holds.
     void Wait(uint64_t untilUs, const std::function<bool()>& ready);
 
+    // Sends and receives on a socket that had no port.
+    size_t astray = 0;
     // What stands unread in the queue of a port.
     size_t Waiting(uint16_t localPort) const;
 
