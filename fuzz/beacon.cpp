@@ -5,7 +5,7 @@
 #include "brenholt/brenholt.h"
 #include "discovery/tv_ping.h"
 #include "fuzz/input.h"
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 using namespace brenholt;
 

@@ -13,7 +13,7 @@
 
 #include "fuzz/input.h"
 #include "link/tv_udp.h"
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 namespace brenholt {
 

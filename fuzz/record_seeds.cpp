@@ -11,8 +11,8 @@
 #include "fuzz/input.h"
 #include "link/tv_udp.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/virtual_network/panel_answers.h"
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/panel_answers.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 namespace brenholt {
 namespace {

@@ -84,10 +84,14 @@ int CTvUdp::RecvReply(Reply& reply, uint64_t untilUs) {
             const Route target = m_strTargetIp.GetRoute();
             const bool fromTarget = target.answerable && from.sin_addr.s_addr == target.address;
             const bool fromPort = ntohs(from.sin_port) == kPanelPort;
-            if (fromTarget && fromPort && n > 0) {
+            if (fromPort && n > 0) {
                 m_rxBuf[static_cast<size_t>(n)] = 0;
                 reply = Reply(std::span(m_rxBuf).first(static_cast<size_t>(n)));
-                return 1;
+                if (fromTarget) {
+                    return 1;
+                }
+                m_account.Overhears(from.sin_addr.s_addr, reply);
+                reply = Reply();
             }
             // The target speaks, but not as the panel that was asked: an empty datagram from its
             // port or any other from elsewhere ends the wait.

@@ -94,13 +94,22 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     return false;
 }
 
+void ReplyAccount::Overhears(uint32_t address, const Reply& reply) {
+    const auto owed = std::find_if(m_debts.begin(), m_debts.end(), [&](const Debt& debt) {
+        return debt.address == address && debt.CanBe(reply);
+    });
+    if (owed != m_debts.end()) {
+        m_debts.erase(owed);
+    }
+}
+
 ReplyAccount::Others ReplyAccount::Explain(const Reply& reply) {
     Others others;
     for (Debt& debt : m_debts) {
         const bool cold = !m_sends.empty() && debt.due < m_sends.front();
         // The answer to the same request is right either way, but one still under way may be older.
         if (debt.address != m_now.address || (cold && debt.request == Hash(m_now.datagram)) ||
-            !(debt.key ? debt.key == debt.kind->key(reply) : debt.kind->fits(reply))) {
+            !debt.CanBe(reply)) {
             continue;
         }
         others.owe = true;

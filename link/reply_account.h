@@ -39,6 +39,8 @@ class ReplyAccount {
     // take it, so that it is kept until the doubt is settled, at SettleAt.
     bool Believes(const Reply& reply, bool answers);
     std::optional<uint64_t> SettleAt() const { return m_now.settleAt; }
+    // A reply came from another panel than the one that is asked.
+    void Overhears(uint32_t address, const Reply& reply);
     enum class Doubt { Take, SendAgain, WaitOn };  // take Kept
     Doubt Settle();
     Reply Kept() const { return Reply(m_kept.Datagram()); }
@@ -64,6 +66,10 @@ class ReplyAccount {
         std::optional<uint64_t> key;  // of the reply, where its like was believed
         uint64_t sent, due;
         bool paid = false;  // by a reply to the running request
+
+        bool CanBe(const Reply& reply) const {
+            return key ? *key == kind->key(reply) : kind->fits(reply);
+        }
     };
     struct Speed {
         uint64_t usualUs = 0;  // the fastest answer lately; 0 while none is known

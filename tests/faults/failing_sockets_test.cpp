@@ -8,8 +8,8 @@
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
 #include "platform/clock.h"
+#include "tests/support/faulty_calls/faulty_calls.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/faulty_calls/faulty_calls.h"
 #include "tools/panel/server.h"
 
 extern "C" const BrenholtTable FuncTable;

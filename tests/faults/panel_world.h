@@ -11,10 +11,10 @@
 
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
+#include "tests/support/faulty_calls/faulty_calls.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/faulty_calls/faulty_calls.h"
-#include "tools/virtual_network/panel_answers.h"
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/panel_answers.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 extern "C" const BrenholtTable FuncTable;
 

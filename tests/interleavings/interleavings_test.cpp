@@ -11,7 +11,7 @@
 #include "tests/interleavings/turns.h"
 #include "tests/support/panel_replies.h"
 #include "tests/support/scratch_folder.h"
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 extern "C" const BrenholtTable FuncTable;
 

@@ -21,7 +21,7 @@
 #include <sstream>
 #include <vector>
 
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 #ifdef BRENHOLT_THREAD_SANITIZER
 extern "C" {

@@ -19,8 +19,6 @@ ARROWS = {
     HEADER: [],
     "tools/host": [HEADER],
     "tools/panel": [HEADER],
-    "tools/faulty_calls": [],
-    "tools/virtual_network": LINK + ["tools/panel"],
     "tools/screenshots": LINK + ["dialogs", "platform/window"],
     "examples": [HEADER],
     "commands": LINK,

@@ -1,251 +1,290 @@
-// Thousands of transfers through a bad network, in virtual time: what is reported as done is right,
-// and little fails that need not. A seed replays its transfer.
+// Thousands of commands through a bad network, in virtual time, beside what could be reached if each
+// reply named its request: what is reported as done is right, little fails that need not, and
+// neither datagrams nor time are wasted. BRENHOLT_CAMPAIGN=10 runs ten times as many.
 //
-// BRENHOLT_CAMPAIGN=10 runs ten times as many.
+// What befalls a datagram depends on its command and its place in it only, so that both sides meet
+// the same faults until they part.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <iostream>
-#include <random>
-#include <set>
+#include <sstream>
 
-#include "tests/support/scratch_folder.h"
-#include "tools/virtual_network/simulated_network.h"
+#include "tests/network/scenes.h"
+#include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {
 
-using std::chrono::milliseconds;
-using tavrin::Fault;
-
-constexpr int kTimeoutMs = 1000;
-constexpr size_t kPacket = 1363;
-
-int Times(int transfers) {
-#ifdef BRENHOLT_SANITIZED
-    transfers /= 50;  // several times slower, and after other faults
-#endif
-    const char* factor = std::getenv("BRENHOLT_CAMPAIGN");
-    return transfers * (factor != nullptr ? std::max(std::atoi(factor), 1) : 1);
-}
-
-// What befalls one transfer.
+// Per cent of the datagrams; lateness and stalls last 0.2 to 2.6 timeouts.
 struct Weather {
     double loss = 0;
+    double stalls = 0;
     double late = 0;
-    double stall = 0;
-    double twin = 0;
-    double cancels = 0;  // share of transfers that are cancelled somewhere
+    double doubled = 0;
+    double cancels = 0;
+    uint64_t answerUs = 0;
 };
 
-struct Score {
-    int transfers = 0;
-    int wrong = 0;
-    int failed = 0;
-    uint64_t requests = 0;
-    double FailedPercent() const { return 100.0 * failed / transfers; }
+// Numbers that a command draws, the same ones on both sides.
+class Draw {
+ public:
+    explicit Draw(uint64_t seed) : m_state(seed * 0x9E3779B97F4A7C15) {}
+    uint64_t operator()(uint64_t below) {
+        m_state += 0x9E3779B97F4A7C15;
+        uint64_t mixed = (m_state ^ (m_state >> 30)) * 0xBF58476D1CE4E5B9;
+        mixed = (mixed ^ (mixed >> 27)) * 0x94D049BB133111EB;
+        return (mixed ^ (mixed >> 31)) % below;
+    }
+    bool Hits(double percent) { return static_cast<double>((*this)(1'000'000)) < percent * 1e4; }
+    uint64_t Span() { return kTimeoutUs / 5 + (*this)(kTimeoutUs * 12 / 5); }
+
+ private:
+    uint64_t m_state;
 };
 
-std::ostream& operator<<(std::ostream& out, const Score& score) {
-    return out << score.transfers << " transfers, " << score.wrong << " wrong, " << score.failed
-               << " failed (" << score.FailedPercent() << " %), " << score.requests << " requests";
+Fate Befalls(const Weather& weather, Draw draw) {
+    Fate fate;
+    fate.losesRequest = draw.Hits(weather.loss / 2);
+    fate.losesReply = draw.Hits(weather.loss / 2);
+    fate.doublesRequest = draw.Hits(weather.doubled / 2);
+    fate.doublesReply = draw.Hits(weather.doubled / 2);
+    fate.cancels = draw.Hits(weather.cancels);
+    fate.stallUs = draw.Hits(weather.stalls) ? draw.Span() : 0;
+    fate.lateUs = draw.Hits(weather.late) ? draw.Span() : 0;
+    return fate;
 }
+
+struct Tally {
+    int wrong = 0;
+    int failed = 0;  // but for those cancelled
+    uint64_t sends = 0;
+    uint64_t us = 0;
+    uint64_t longestUs = 0;
+};
+
+struct Row {
+    const char* what;
+    int commands;
+    Weather weather;
+    std::function<Step(World&, int number, Draw&)> next;
+    double wrongIn10000 = 0;  // at most
+    double most = 1.1;        // datagrams and time, times the bound's
+};
 
 class CampaignTest : public testing::Test {
  protected:
-    static constexpr int kFiles = 8;
+    static constexpr int kLong = 4;
 
-    void MakeFiles(bool zeros) {
-        std::mt19937_64 random(7);
-        for (int i = 0; i < kFiles; ++i) {
-            std::string data(kPacket * (60 + 10 * static_cast<size_t>(i)) + random() % kPacket,
-                             '\0');
-            if (!zeros) {
-                for (char& byte : data) {
-                    byte = static_cast<char>(random());
-                }
-            }
-            storage.Write(Name(i), data);
-            contents.push_back(std::move(data));
+    CampaignTest() {
+        for (int i = 0; i < kLong; ++i) {
+            const size_t size = kPacket * (20 + 10 * static_cast<size_t>(i)) + 500;
+            world.storage.Write("long" + std::to_string(i), Random(size, 50 + i));
+            world.local.Write("long" + std::to_string(i), Random(size, 60 + i));
+            world.storage.Write("zeros" + std::to_string(i), std::string(size + 10, '\0'));
         }
     }
-    static std::string Name(int i) { return "file" + std::to_string(i); }
 
-    static tavrin::FaultSettings Faults(const Weather& weather, std::mt19937_64& random) {
-        tavrin::FaultSettings faults;
-        faults.seed = random();
-        const auto span = [&random] {
-            return milliseconds(kTimeoutMs / 5 + random() % (kTimeoutMs * 12 / 5));
-        };
-        faults[Fault::Lose] = {weather.loss / 2, {}};
-        faults[Fault::LoseRequest] = {weather.loss / 2, {}};
-        faults[Fault::Delay] = {weather.late, span()};
-        faults[Fault::Stall] = {weather.stall, span()};
-        faults[Fault::Double] = {weather.twin, {}};
-        return faults;
+    static Step GetLong(World& world, int, Draw& draw) {
+        return world.Get("long" + std::to_string(draw(kLong)));
+    }
+    static Step GetZeros(World& world, int, Draw& draw) {
+        return world.Get("zeros" + std::to_string(draw(kLong)));
+    }
+    static Step Poll(World& world, int, Draw& draw) {
+        return world.Get(draw(20) > 0 ? "s1" : "s2");
+    }
+    static Step GetAlike(World& world, int, Draw& draw) {
+        const char* const names[] = {"t1", "t2", "t3", "p1", "p2", "e1", "e2", "s1"};
+        return world.Get(names[draw(std::size(names))]);
+    }
+    static Step PutLong(World& world, int number, Draw& draw) {
+        return world.Put("long" + std::to_string(draw(kLong)), "sent" + std::to_string(number));
+    }
+    static Step PutSmall(World& world, int number, Draw& draw) {
+        return world.Put("small" + std::to_string(draw(4)), "sent" + std::to_string(number));
+    }
+    static Step SendBlock(World& world, int number, Draw& draw) {
+        return world.Block(1000 * (1 + draw(40)), static_cast<uint32_t>(1000 + number));
+    }
+    static Step List(World& world, int, Draw& draw) {
+        return draw(2) > 0 ? world.List("many", 60) : world.List("more", 60);
+    }
+    static Step Copy(World& world, int, Draw&) { return world.Copy("few"); }
+    // Of both panels, of one that is not there, and of all kinds.
+    static Step Any(World& world, int number, Draw& draw) {
+        switch (draw(16)) {
+            case 0:
+                return world.Tm();
+            case 1:
+                return world.Vs();
+            case 2:
+                return world.Ip();
+            case 3:
+                return world.IpOther();
+            case 4:
+                return draw(20) > 0 ? world.Tm()
+                                    : World::Refused(world.Identify(u"192.168.0.3", u""));
+            case 5:
+                return world.Turn();
+            case 6:
+                return world.Find("s1", 1);
+            case 7:
+                return world.Find("none", 0);
+            case 8:
+                return world.Make("folder" + std::to_string(number));
+            case 9:
+                return SendBlock(world, number, draw);
+            case 10:
+                return PutSmall(world, number, draw);
+            case 11:
+                return PutLong(world, number, draw);
+            case 12:
+                return List(world, number, draw);
+            case 13:
+                return GetAlike(world, number, draw);
+            case 14:
+                return GetLong(world, number, draw);
+            default:
+                return Copy(world, number, draw);
+        }
     }
 
-    // Runs `transfer(i)` under the weather; it says 1 with `right` set, or 0.
-    template <class Transfer>
-    Score Run(int transfers, const Weather& weather, bool knowsRequests, Transfer transfer) {
-        SimulatedNetwork network(storage.Path());
+    Tally Play(const Row& row, bool knowsRequests) {
+        world.Reset();
+        Network network(world.storage.Path());
         network.knowsRequests = knowsRequests;
+        network.answerUs = row.weather.answerUs;
+        world.network = &network;
         CTvUdp link;
         link.Create(kCommandPort);
-        link.m_nTimeoutMs = kTimeoutMs;
-        std::mt19937_64 random(2026);
-        Score score{.transfers = transfers};
-        for (int i = 0; i < transfers; ++i) {
-            network.SetFaults(Faults(weather, random));
-            const bool cancelled = std::uniform_real_distribution<>()(random) < weather.cancels;
-            const uint64_t cancelAt = network.requests + random() % 100;
-            if (cancelled) {
-                WatchForCancel(network, link, cancelAt);
-            }
-            bool right = false;
-            const int result = transfer(link, network, i, right);
-            score.failed += result == 0 && !cancelled ? 1 : 0;
-            if (result != 0 && !right) {
-                ++score.wrong;
-                ADD_FAILURE_AT(__FILE__, __LINE__) << "transfer " << i << " is wrong";
-            }
-            ++m_watch;
-        }
-        score.requests = network.requests;
-        std::cout << "    " << score << '\n';
-        return score;
-    }
-
-    // Cancels when so many requests have gone out, a little into the wait for the reply.
-    void WatchForCancel(SimulatedNetwork& network, CTvUdp& link, uint64_t at) {
-        const auto look = [this, &network, &link, at, watch = ++m_watch](const auto& self) -> void {
-            if (watch != m_watch) {
-                return;
-            }
-            if (network.requests >= at) {
-                link.m_bCancel = 1;
-                return;
-            }
-            VirtualWire::Get().At(700, [self] { self(self); });
+        bool cancelled = false;
+        network.onCancel = [&] {
+            cancelled = true;
+            link.Cancel();
         };
-        look(look);
+        std::vector<Step> done;
+        Tally tally;
+        for (int i = 0; i < row.commands; ++i) {
+            const uint64_t seed = static_cast<uint64_t>(i) * 1'000'003;
+            Draw draw(seed);
+            const Step step = row.next(world, i, draw);
+            network.fate = [&row, seed, first = network.sends](size_t send) {
+                return Befalls(row.weather, Draw(seed + 1 + send - first));
+            };
+            cancelled = false;
+            const uint64_t start = VirtualWire::Get().NowUs();
+            const int result = step.run(link);
+            const uint64_t took = VirtualWire::Get().NowUs() - start;
+            tally.us += took;
+            tally.longestUs = std::max(tally.longestUs, took);
+            tally.failed += result == 0 && !cancelled && !step.refused ? 1 : 0;
+            tally.wrong += result != 0 && (step.refused || (step.right && !step.right())) ? 1 : 0;
+            if (result != 0 && step.rightAtLast) {
+                done.push_back(step);
+            }
+        }
+        tally.sends = network.sends;
+        network.onCancel = [] {};
+        network.fate = [](size_t) { return Fate(); };
+        VirtualWire::Get().Advance(10 * kTimeoutUs);
+        for (const Step& step : done) {
+            tally.wrong += step.rightAtLast() ? 0 : 1;
+        }
+        return tally;
     }
 
-    Score Fetch(int transfers, const Weather& weather, bool knowsRequests) {
-        return Run(transfers, weather, knowsRequests,
-                   [this](CTvUdp& link, SimulatedNetwork&, int i, bool& right) {
-                       const std::string name = Name(i % kFiles);
-                       const std::u16string wide(name.begin(), name.end());
-                       std::filesystem::remove(target.Path() + '/' + name);
-                       const int result = link.CmdUP(wide.c_str(), target.Text().c_str(), 0);
-                       right = result != 0 &&
-                               target.Read(name) == contents[static_cast<size_t>(i % kFiles)];
-                       return result;
-                   });
+    void Expect(Row row) {
+        SCOPED_TRACE(row.what);
+        row.commands = Scaled(row.commands, 20);
+        const Tally tally = Play(row, false);
+        const Tally bound = Play(row, true);
+        const double percent = 100.0 / row.commands;
+        const auto times = [](uint64_t a, uint64_t b) {
+            return static_cast<double>(a) / static_cast<double>(b);
+        };
+        std::ostringstream line;
+        line.precision(3);
+        line << "| " << row.commands << ' ' << row.what << " |";
+        const char* separator = " ";
+        for (const auto& [share, word] :
+             {std::pair(row.weather.loss, "loss"), std::pair(row.weather.stalls, "stalls"),
+              std::pair(row.weather.late, "late"), std::pair(row.weather.doubled, "doubled"),
+              std::pair(row.weather.cancels, "cancels")}) {
+            if (share > 0) {
+                line << std::exchange(separator, ", ") << word << ' ' << share << " %";
+            }
+        }
+        const auto ms = [&row](uint64_t us) {
+            return static_cast<double>(us) / 1000 / row.commands;
+        };
+        line << " | " << tally.wrong << " | " << tally.failed * percent << " % | "
+             << bound.failed * percent << " % | " << times(tally.sends, bound.sends) << " | "
+             << ms(tally.us) << " ms | " << ms(bound.us) << " ms | "
+             << static_cast<double>(tally.longestUs) / 1e6 << " s | "
+             << static_cast<double>(bound.longestUs) / 1e6 << " s |\n";
+        std::cout << line.str();
+        EXPECT_LE(tally.wrong, row.wrongIn10000 * row.commands / 1e4);
+        EXPECT_LE(tally.failed * percent, bound.failed * percent + 0.1);
+        EXPECT_LE(times(tally.sends, bound.sends), row.most);
+        EXPECT_LE(times(tally.us, bound.us), row.most);
     }
 
-    // No wrong file, and at most 0.3 points more failures than if replies named their requests.
-    void ExpectFetchesHold(int transfers, const Weather& weather) {
-        const Score guarded = Fetch(transfers, weather, false);
-        const Score bound = Fetch(transfers, weather, true);
-        EXPECT_EQ(guarded.wrong, 0);
-        EXPECT_LE(guarded.FailedPercent(), bound.FailedPercent() + 0.3);
-    }
-
-    ScratchFolder storage;
-    ScratchFolder target;
-    std::vector<std::string> contents;
-    uint64_t m_watch = 0;  // whoever watches for an older transfer stops
+    World world;
 };
 
-TEST_F(CampaignTest, FetchesThroughLossLatenessAndStalls) {
-    MakeFiles(false);
-    ExpectFetchesHold(Times(2000), {.stall = 0.001});
-    ExpectFetchesHold(Times(2000), {.twin = 0.001});
-    ExpectFetchesHold(Times(3000), {.loss = 0.01, .late = 0.001, .stall = 0.001, .cancels = 0.05});
-    ExpectFetchesHold(Times(3000),
-                      {.loss = 0.05, .late = 0.002, .stall = 0.001, .twin = 0.001, .cancels = 0.1});
+constexpr Weather kOrdered{.loss = 1, .stalls = 0.1, .cancels = 0.1};
+constexpr Weather kLate{.loss = 1, .stalls = 0.1, .late = 0.1, .cancels = 0.1};
+constexpr Weather kFoul{.loss = 5, .stalls = 0.1, .late = 0.2, .doubled = 0.1, .cancels = 0.2};
+
+TEST_F(CampaignTest, Fetches) {
+    Expect({"fetches", 1000, {.stalls = 0.1}, GetLong});
+    Expect({"fetches", 1000, {.doubled = 0.1}, GetLong});
+    Expect({"fetches", 2000, kOrdered, GetLong});
+    Expect({"fetches", 2000, kLate, GetLong, 3});
+    Expect({"fetches", 2000, kFoul, GetLong, 30});
+    Expect({"fetches of zeros", 500, kOrdered, GetZeros, 0, 1.3});
+    Expect({"fetches of zeros", 500, {.loss = 5, .stalls = 0.1, .cancels = 0.1}, GetZeros, 0, 1.3});
+    Expect({"fetches of a small file, now and then another",
+            10000,
+            {.loss = 1, .stalls = 0.1, .cancels = 1},
+            Poll});
+    Expect({"fetches of small and alike files",
+            10000,
+            {.loss = 1, .stalls = 0.1, .cancels = 1},
+            GetAlike});
+    Expect({"fetches of small and alike files",
+            10000,
+            {.loss = 1, .stalls = 0.1, .late = 0.1, .cancels = 1},
+            GetAlike,
+            3});
 }
 
-TEST_F(CampaignTest, FetchesOfZerosThroughLossAndStalls) {
-    MakeFiles(true);
-    ExpectFetchesHold(Times(500), {.loss = 0.01, .stall = 0.001});
-    ExpectFetchesHold(Times(500), {.loss = 0.05, .stall = 0.001, .cancels = 0.05});
+TEST_F(CampaignTest, Sends) {
+    Expect({"files sent", 1000, kOrdered, PutLong});
+    Expect({"files sent", 1000, kLate, PutLong, 3});
+    Expect({"files sent", 1000, kFoul, PutLong, 30});
+    Expect({"small files sent", 3000, kLate, PutSmall, 3, 1.3});
+    Expect({"blocks sent", 1000, kOrdered, SendBlock, 0, 1.3});
+    Expect({"blocks sent", 1000, kFoul, SendBlock, 30, 1.3});
 }
 
-// What the sender is told to be there is there; what the panel has not taken is not reported.
-TEST_F(CampaignTest, SendsThroughLossLatenessAndStalls) {
-    MakeFiles(false);
-    const Score files =
-        Run(Times(1000), {.loss = 0.01, .late = 0.001, .stall = 0.001, .cancels = 0.05}, false,
-            [this](CTvUdp& link, SimulatedNetwork&, int i, bool& right) {
-                const std::string name = Name(i % kFiles);
-                const std::u16string wide(name.begin(), name.end());
-                std::filesystem::remove(storage.Path() + "/sent");
-                const int result = link.CmdDL(storage.Text(wide).c_str(), u"sent", 0);
-                right = storage.Read("sent") == contents[static_cast<size_t>(i % kFiles)];
-                return result;
-            });
-    // Nothing in the acknowledgement of a block names its datagram: only loss is survived for sure.
-    const Score blocks =
-        Run(Times(1000), {.loss = 0.01, .cancels = 0.05}, false,
-            [this](CTvUdp& link, SimulatedNetwork& network, int i, bool& right) {
-                const std::string& data = contents[static_cast<size_t>(i % kFiles)];
-                const int result = link.CmdML(reinterpret_cast<const uint8_t*>(data.data()),
-                                              static_cast<int>(data.size()), u"block", 0);
-                right = !network.panel.blocks().empty() &&
-                        std::equal(data.begin(), data.end(),
-                                   network.panel.blocks().back().bytes.begin(),
-                                   network.panel.blocks().back().bytes.end(),
-                                   [](char a, uint8_t b) { return static_cast<uint8_t>(a) == b; });
-                return result;
-            });
-    EXPECT_EQ(files.wrong, 0);
-    EXPECT_LT(blocks.FailedPercent(), 0.5);
+TEST_F(CampaignTest, ListingsAndFolders) {
+    Expect({"listings", 3000, kLate, List, 3});
+    Expect({"listings", 3000, kFoul, List, 30});
+    Expect({"copies of a folder", 1000, kOrdered, Copy});
+    Expect({"copies of a folder", 1000, kFoul, Copy, 30});
 }
 
-TEST_F(CampaignTest, ListingsAndFoldersThroughLossLatenessAndStalls) {
-    constexpr int kEntries = 300;
-    std::filesystem::create_directory(storage.Path() + "/many");
-    for (int i = 0; i < kEntries; ++i) {
-        storage.Write("many/entry" + std::to_string(i), std::to_string(i));
-    }
-    const Weather weather{.loss = 0.02, .late = 0.002, .stall = 0.001, .cancels = 0.05};
-    std::vector<PanelDirEntry> entries(1000);
-    Run(Times(1000), weather, false, [&entries](CTvUdp& link, SimulatedNetwork&, int, bool& right) {
-        const int count = link.CmdDR(u"many", 1000, entries.data(), 0);
-        std::set<std::string> names;
-        for (int i = 0; i < count; ++i) {
-            names.insert(entries[static_cast<size_t>(i)].szName);
-        }
-        right = count == kEntries && names.size() == kEntries;
-        return count;
-    });
-    // Without cancels: a walk is not to notice those.
-    const Weather walkWeather{.loss = 0.02, .late = 0.002, .stall = 0.001};
-    Run(Times(20), walkWeather, false, [](CTvUdp& link, SimulatedNetwork&, int, bool& right) {
-        const ScratchFolder copy;
-        const int result = link.CmdGF(u"many", copy.Text().c_str(), 0);
-        // A listing that got no answer counts as an empty folder, and says so by leaving nothing.
-        const std::vector<std::string> names = copy.Names();
-        right = names.empty() || names.size() == kEntries;
-        for (const std::string& name : names) {
-            right = right && copy.Read(name) == name.substr(5);
-        }
-        return result;
-    });
-}
-
-TEST_F(CampaignTest, CleanFetchesSendNothingTwice) {
-    MakeFiles(true);
-    const Score score = Fetch(kFiles, {}, false);
-    EXPECT_EQ(score.failed, 0);
-    size_t packets = 0;
-    for (const std::string& data : contents) {
-        packets += data.size() / kPacket + 1;
-    }
-    EXPECT_EQ(score.requests, packets);
+TEST_F(CampaignTest, AllKinds) {
+    Expect({"commands of all kinds", 3000, {}, Any});
+    Expect({"commands of all kinds", 5000, kOrdered, Any});
+    Expect({"commands of all kinds", 5000, kLate, Any, 3});
+    Expect({"commands of all kinds", 5000, kFoul, Any, 30});
+    Weather slow = kOrdered;
+    slow.answerUs = kTimeoutUs * 3 / 10;
+    Expect({"commands, answers after 0.3 timeouts", 3000, slow, Any});
+    slow.answerUs = kTimeoutUs * 3 / 2;
+    Expect({"commands, answers after 1.5 timeouts", 2000, slow, Any});
 }
 
 }  // namespace

@@ -131,7 +131,7 @@ TEST_F(ExchangeTest, SlotPassesACommandToTheWorker) {
     link->ServiceOnce();
     EXPECT_EQ(link->m_bPosted, 1) << "nothing starts while a thread waits for a reply";
     g_bInRecv = 0;
-    link->m_bCancel = 1;
+    link->Cancel();
     link->ServiceOnce();
     EXPECT_EQ(sent, std::vector<std::string>{WithNul("Cmd=RMfile")})
         << "a cancel before the run is lost";
@@ -191,7 +191,7 @@ TEST_F(ExchangeTest, IdentityQueryPutsEverythingBack) {
     EXPECT_EQ(ask(), 1);
     EXPECT_EQ(project, u"My line");
     EXPECT_EQ(sent[0], WithNul("Cmd=IP"));
-    wire.At(50'000, [this] { link->m_bCancel = 1; });
+    wire.At(50'000, [this] { link->Cancel(); });
     answerFrom9({});
     EXPECT_EQ(ask(), 0);
 

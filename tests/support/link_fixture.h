@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "link/tv_udp.h"
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 namespace brenholt {
 

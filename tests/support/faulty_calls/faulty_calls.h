@@ -1,8 +1,8 @@
 // Calls into the system, and allocations, that go wrong when a test says so: link this library into
 // it. The module's own calls count, on the thread that armed and on the threads that the module
 // makes; those of the run-time libraries do not.
-#ifndef BRENHOLT_TOOLS_FAULTY_CALLS_FAULTY_CALLS_H
-#define BRENHOLT_TOOLS_FAULTY_CALLS_FAULTY_CALLS_H
+#ifndef BRENHOLT_TESTS_SUPPORT_FAULTY_CALLS_FAULTY_CALLS_H
+#define BRENHOLT_TESTS_SUPPORT_FAULTY_CALLS_FAULTY_CALLS_H
 
 #include <array>
 

@@ -1,7 +1,7 @@
 // A clock and a wire whose owner is a test or a fuzz target: link this library in the place of brenholt_wire. Everything
 // happens in the order of virtual time, the same on each run: on one thread, or on those that take turns.
-#ifndef BRENHOLT_TOOLS_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
-#define BRENHOLT_TOOLS_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
+#ifndef BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
+#define BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
 
 #include <cstdint>
 #include <functional>

@@ -1,6 +1,6 @@
-// Handfuls of commands that schedules of faults are tried on.
-#ifndef BRENHOLT_TESTS_SCHEDULES_SCENES_H
-#define BRENHOLT_TESTS_SCHEDULES_SCENES_H
+// The commands that faults are tried on, each with what is right; and scenes, handfuls of them.
+#ifndef BRENHOLT_TESTS_NETWORK_SCENES_H
+#define BRENHOLT_TESTS_NETWORK_SCENES_H
 
 #include <array>
 #include <filesystem>
@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/schedules/scheduled_network.h"
+#include "tests/network/network.h"
 #include "tests/support/scratch_folder.h"
 
 namespace brenholt {
@@ -84,6 +84,7 @@ class World {
             {"listings", {List("many", 60), Get("s1"), List("more", 60), List("few", 5)}},
             {"all kinds", {Tm(), Get("s1"), Vs(), List("few", 5), Get("other")}},
             {"queries", {Vs(), Ip(), IpOther(), Vs(), Tm(), Ip()}},
+            {"two panels", {Put("small1"), IpOther(), Make("new"), Turn(), Get("s1"), Vs()}},
             {"a folder", {Copy("few"), Get("s1")}},
             {"files sent", {Put("three"), Put("two"), Put("zeros")}},
             {"small files sent", {Put("small0"), Put("small1"), Put("small2"), Put("small3")}},
@@ -100,6 +101,7 @@ class World {
 
     // As before the first step of any scene.
     void Reset() {
+        m_other = false;
         for (const char* name :
              {"new", "newer", "three", "two", "zeros", "small0", "small1", "small2", "small3"}) {
             std::filesystem::remove(storage / name);
@@ -109,31 +111,11 @@ class World {
         }
     }
 
-    ScheduledNetwork* network = nullptr;
+    Network* network = nullptr;
     ScratchFolder storage;
+    ScratchFolder local;
 
- private:
-    static std::vector<std::pair<std::string, std::string>> Files() {
-        const std::string tile = Random(kPacket, 3);
-        return {{"big", Random(2 * kPacket + 100, 1)},
-                {"other", Random(kPacket + 300, 2)},
-                {"s1", Random(200, 4)},
-                {"s2", Random(200, 5)},
-                {"s3", Random(30, 6)},
-                {"s4", "x"},
-                {"alike", tile + tile + tile + "end"},
-                {"t1", Random(200, 7)},
-                {"t2", Random(200, 7)},
-                {"t3", Random(200, 7)},
-                {"p1", Random(kPacket + 9, 8)},
-                {"p2", Random(kPacket + 9, 8)},
-                {"z1", std::string(3 * kPacket + 10, '\0')},
-                {"z2", std::string(2 * kPacket + 10, '\0')},
-                {"z3", std::string(2 * kPacket + 500, '\0')},
-                {"e1", ""},
-                {"e2", ""}};
-    }
-    static std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
+    // ---- the commands ------------------------------------------------------------------------
 
     Step Get(const std::string& name) {
         return {"get " + name,
@@ -181,31 +163,25 @@ class World {
                 },
                 {}};
     }
-    Step Put(const std::string& name) {
+    Step Put(const std::string& name) { return Put(name, name); }
+    Step Put(const std::string& name, const std::string& remote) {
         return {"put " + name,
                 [=, this](CTvUdp& link) {
-                    return link.CmdDL(local.Text(Wide(name)).c_str(), Wide(name).c_str(), 0);
+                    return link.CmdDL(local.Text(Wide(name)).c_str(), Wide(remote).c_str(), 0);
                 },
                 {},
-                [=, this] { return storage.Read(name) == local.Read(name); }};
+                [=, this] { return storage.Read(remote) == local.Read(name); }};
     }
-    Step Block(size_t size, uint32_t seed) {
-        const std::string data = Random(size, seed);
+    Step Block(size_t size, uint32_t seed) { return Block(Random(size, seed), seed); }
+    Step Block(const std::string& data, uint32_t seed) {
         const std::string label = "block" + std::to_string(seed);
         return {"send " + label,
                 [=](CTvUdp& link) {
                     return link.CmdML(reinterpret_cast<const uint8_t*>(data.data()),
-                                      static_cast<int>(size), Wide(label).c_str(), 0);
+                                      static_cast<int>(data.size()), Wide(label).c_str(), 0);
                 },
                 {},
-                [=, this] {
-                    const auto& blocks = network->panel.blocks();
-                    return std::any_of(
-                        blocks.begin(), blocks.end(), [&](const tavrin::MemoryBlock& block) {
-                            return block.text == label &&
-                                   std::string(block.bytes.begin(), block.bytes.end()) == data;
-                        });
-                }};
+                [=, this] { return network->blocks[label] == data; }};
     }
     Step Tm() {
         return {"TM", [](CTvUdp& link) { return link.CmdTM(0); }, {}, {}};
@@ -216,9 +192,18 @@ class World {
                     m_words = {};
                     return link.CmdVS(&m_words[0], &m_words[1], &m_words[2], 0);
                 },
-                [this] {
-                    return m_words == std::array<uint16_t, 3>{1, 10, 255};
+                [this] { return m_words == (m_other ? Network::kOtherWords : Network::kWords); },
+                {}};
+    }
+    // The other panel becomes the target.
+    Step Turn() {
+        return {"turn",
+                [this](CTvUdp& link) {
+                    m_other = !m_other;
+                    link.m_strTargetIp.Set(m_other ? u"192.168.0.2" : u"192.168.0.1");
+                    return 1;
                 },
+                {},
                 {}};
     }
     Step Ip() { return Identify(u"192.168.0.1", u"One"); }
@@ -259,10 +244,33 @@ class World {
         return step;
     }
 
+ private:
+    static std::vector<std::pair<std::string, std::string>> Files() {
+        const std::string tile = Random(kPacket, 3);
+        return {{"big", Random(2 * kPacket + 100, 1)},
+                {"other", Random(kPacket + 300, 2)},
+                {"s1", Random(200, 4)},
+                {"s2", Random(200, 5)},
+                {"s3", Random(30, 6)},
+                {"s4", "x"},
+                {"alike", tile + tile + tile + "end"},
+                {"t1", Random(200, 7)},
+                {"t2", Random(200, 7)},
+                {"t3", Random(200, 7)},
+                {"p1", Random(kPacket + 9, 8)},
+                {"p2", Random(kPacket + 9, 8)},
+                {"z1", std::string(3 * kPacket + 10, '\0')},
+                {"z2", std::string(2 * kPacket + 10, '\0')},
+                {"z3", std::string(2 * kPacket + 500, '\0')},
+                {"e1", ""},
+                {"e2", ""}};
+    }
+    static std::u16string Wide(const std::string& text) { return {text.begin(), text.end()}; }
+
     ScratchFolder target;
-    ScratchFolder local;
     std::vector<PanelDirEntry> m_entries;
     int m_count = 0;
+    bool m_other = false;  // the target is the other panel
     std::array<uint16_t, 3> m_words{};
     std::u16string m_project;
 };

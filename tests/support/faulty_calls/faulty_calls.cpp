@@ -1,4 +1,4 @@
-#include "tools/faulty_calls/faulty_calls.h"
+#include "tests/support/faulty_calls/faulty_calls.h"
 
 #include <poll.h>
 #include <pthread.h>

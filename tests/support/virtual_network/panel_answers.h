@@ -1,6 +1,6 @@
 // What the simulated panel says to a request, without a wire between.
-#ifndef BRENHOLT_TOOLS_VIRTUAL_NETWORK_PANEL_ANSWERS_H
-#define BRENHOLT_TOOLS_VIRTUAL_NETWORK_PANEL_ANSWERS_H
+#ifndef BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_PANEL_ANSWERS_H
+#define BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_PANEL_ANSWERS_H
 
 #include <string>
 #include <vector>

@@ -1,4 +1,4 @@
-#include "tools/virtual_network/virtual_wire.h"
+#include "tests/support/virtual_network/virtual_wire.h"
 
 #include <algorithm>
 #include <utility>
