@@ -212,6 +212,20 @@ void PostWhileAnotherWaits(World& world) {
     world.Stopped(2);
 }
 
+void PostAsAnotherEnds(World& world) {
+    world.Start(kLinkOnly, kLongTimeoutMs);
+    int result = -1;
+    Another other([&] { result = g_link.CmdTM(0); });
+    world.AwaitSent(1);
+    Sleep(1);  // the reply comes now
+    world.table.CmdEX(u"run");
+    world.AwaitResult(1);
+    other.Join();
+    Check(result == 1, "the commands are mixed up");
+    world.table.Stop();
+    world.Stopped(2);
+}
+
 void PostAndStop(World& world) {
     world.answer = Silent;
     world.Start();
@@ -251,14 +265,15 @@ void StopStartPost(World& world) {
     world.Stopped(1);
 }
 
-// Slot 15 when a walk has sent `requests`, of which the panel answers `answers`.
-void StopAWalk(World& world, size_t requests, size_t answers) {
+// Slot 15 when a walk has sent `requests`, of which the panel answers `answers`, and `afterMs` more.
+void StopAWalk(World& world, size_t requests, size_t answers, uint32_t afterMs = 0) {
     world.answer = [&world, answers](const std::string& request) {
         return world.sent.size() <= answers ? Folder(request) : "";
     };
     world.Start(kLinkOnly, kLongTimeoutMs);
     world.table.CmdGF(u"d", world.folder.Text().c_str());
     world.AwaitSent(requests);
+    Sleep(afterMs);
     const uint64_t start = world.NowMs();
     world.table.Stop();
     Check(world.NowMs() - start <= 150, "a stop waits for a reply");
@@ -391,6 +406,7 @@ constexpr Program kPrograms[] = {
     {"CancelAtOnce", CancelAtOnce},
     {"CancelAFetch", CancelAFetch},
     {"PostWhileAnotherWaits", PostWhileAnotherWaits},
+    {"PostAsAnotherEnds", PostAsAnotherEnds},
     {"PostAndStop", PostAndStop},
     {"PostPostStop", PostPostStop},
     {"StopWhileAnotherWaits", StopWhileAnotherWaits},
@@ -399,6 +415,7 @@ constexpr Program kPrograms[] = {
     {"StopAWalkInItsFile", [](World& world) { StopAWalk(world, 2, 3); }},
     {"StopAWalkAtItsEnd", [](World& world) { StopAWalk(world, 3, 3); }},
     {"StopASilentWalk", [](World& world) { StopAWalk(world, 1, 0); }},
+    {"StopAWalkBetweenSteps", [](World& world) { StopAWalk(world, 1, 1, 1); }},
     {"StopAWalkFallenSilent", [](World& world) { StopAWalk(world, 2, 1); }},
     {"UseUnitDuringACommand", UseUnitDuringACommand},
     {"ReadDuringQueries", ReadDuringQueries},

@@ -264,17 +264,14 @@ class Turns : public WireTurns {
         }
     }
 
-    // Who can go on, this thread first; quiet ones only when no other can.
+    // Who can go on, this thread first. A quiet one preempts no other.
     std::vector<int> Able() const {
         std::vector<int> able;
-        for (const bool quiet : {false, true}) {
-            for (int i = 0; i < static_cast<int>(m_threads.size()); ++i) {
-                if (m_threads[static_cast<size_t>(i)]->quiet == quiet && CanGoOn(i)) {
-                    able.insert(i == t_self ? able.begin() : able.end(), i);
-                }
-            }
-            if (!able.empty()) {
-                break;
+        const bool goesOn = CanGoOn(t_self);
+        for (int i = 0; i < static_cast<int>(m_threads.size()); ++i) {
+            const bool quiet = m_threads[static_cast<size_t>(i)]->quiet;
+            if (i == t_self ? goesOn : CanGoOn(i) && !(quiet && goesOn)) {
+                able.insert(i == t_self ? able.begin() : able.end(), i);
             }
         }
         return able;

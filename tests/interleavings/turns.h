@@ -28,8 +28,7 @@ size_t RunAll(const std::string& name, const Bound& bound, const std::function<v
 
 // What is not to be a point: a word without meaning for the order.
 void Ignore(const void* word);
-// A thread with this parameter is named so. A quiet one goes on only when no other can, and its accesses are no
-// points.
+// A thread with this parameter is named so. A quiet one preempts no other, and its accesses are no points.
 void Name(const void* parameter, const char* name, bool quiet);
 
 // ---- for the instrumented classes --------------------------------------------------------------
