@@ -426,7 +426,8 @@ constexpr Program kPrograms[] = {
 class ProgramTest : public testing::TestWithParam<std::tuple<Program, bool>> {};
 
 TEST_P(ProgramTest, HoldsInEveryOrder) {
-    const auto& [program, stalls] = GetParam();
+    const Program program = std::get<0>(GetParam());
+    const bool stalls = std::get<1>(GetParam());
     const char* const bound = getenv("BRENHOLT_PREEMPTIONS");  // NOLINT(concurrency-mt-unsafe)
     const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
     const size_t orders = turns::RunAll(std::string(test->test_suite_name()) + '.' + test->name(),
