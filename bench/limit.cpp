@@ -1,11 +1,10 @@
 // The limits of this machine. Of a lock-step transfer: bare datagrams to and fro, and nothing else.
-//   bench_limit serve ADDRESS
-//   bench_limit run ADDRESS REQUEST REPLY COUNT [DATA FILE]    prints seconds and CPU seconds
-// The first two bytes of a request give the length of its reply. The client waits as the link does:
-// a short spin, then poll. With FILE it stores DATA bytes a round trip there, in blocks as large as the link's:
-// what the machine takes for the memory of a file is then part of the limit.
-// Of a silent wait: poll in slices of SLICE microseconds, and nothing else.
-//   bench_limit wait SLICE SECONDS    prints CPU seconds
+//   bench_limit serve ADDRESS [DELAY]
+//   bench_limit run|block ADDRESS REQUEST REPLY COUNT [DATA FILE]    prints seconds and CPU seconds
+// The first two bytes of a request give the length of its reply, which goes out DELAY microseconds later. The
+// client that runs waits as the link does for a panel on the same machine: a short spin, then poll; the one that
+// blocks never spins. With FILE it stores DATA bytes a round trip there, in blocks as large as the link's: what
+// the machine takes for the memory of a file is then part of the limit.
 #include <arpa/inet.h>
 #include <fcntl.h>
 #include <poll.h>
@@ -29,7 +28,7 @@ constexpr uint16_t kPort = 10260;
 constexpr size_t kBufferSize = 2048;
 // The server looks longer than any client of it pauses, so that it is never asleep when a request comes.
 constexpr auto kServerSpin = std::chrono::milliseconds(1);
-constexpr auto kSpin = std::chrono::microseconds(50);
+constexpr std::chrono::nanoseconds kSpin = std::chrono::microseconds(50);
 
 [[noreturn]] void Fail(const char* what) {
     std::perror(what);
@@ -78,7 +77,7 @@ void Send(int fd, const char* bytes, size_t size, const sockaddr_in& to) {
     }
 }
 
-int Serve(const char* address) {
+int Serve(const char* address, std::chrono::microseconds delay) {
     const int fd = Socket(Address(address, kPort));
     std::puts("ready");
     std::fflush(stdout);
@@ -88,6 +87,8 @@ int Serve(const char* address) {
         if (Receive(fd, buffer, sizeof buffer, from, -1, kServerSpin) >= 2) {
             uint16_t reply = 0;
             std::memcpy(&reply, buffer, sizeof reply);
+            for (const auto due = Clock::now() + delay; Clock::now() < due;) {
+            }
             Send(fd, buffer, std::min<size_t>(reply, sizeof buffer), from);
         }
     }
@@ -133,8 +134,8 @@ class Store {
     size_t m_used = 0;
 };
 
-int Run(const char* address, size_t request, uint16_t reply, long count, size_t data,
-        const char* path) {
+int Run(std::chrono::nanoseconds spin, const char* address, size_t request, uint16_t reply,
+        long count, size_t data, const char* path) {
     const int fd = Socket(Address("127.0.0.1", 0));
     const sockaddr_in panel = Address(address, kPort);
     char buffer[kBufferSize] = {};
@@ -148,7 +149,7 @@ int Run(const char* address, size_t request, uint16_t reply, long count, size_t 
         std::memcpy(buffer, &reply, sizeof reply);
         Send(fd, buffer, request, panel);
         sockaddr_in from{};
-        if (Receive(fd, buffer, sizeof buffer, from, 1000, kSpin) != reply) {
+        if (Receive(fd, buffer, sizeof buffer, from, 1000, spin) != reply) {
             Fail("no reply");
         }
         if (store) {
@@ -163,41 +164,28 @@ int Run(const char* address, size_t request, uint16_t reply, long count, size_t 
     return 0;
 }
 
-int Wait(long sliceUs, long seconds) {
-    const int fd = Socket(Address("127.0.0.1", 0));
-    const double cpu = CpuSeconds();
-    for (const auto end = Clock::now() + std::chrono::seconds(seconds); Clock::now() < end;) {
-        pollfd waiting{fd, POLLIN, 0};
-        const timespec slice{sliceUs / 1'000'000, sliceUs % 1'000'000 * 1000};
-        ppoll(&waiting, 1, &slice, nullptr);
-    }
-    std::printf("%.6f\n", CpuSeconds() - cpu);
-    return 0;
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
     const std::string mode = argc > 1 ? argv[1] : "";
-    if (mode == "serve" && argc == 3) {
-        return Serve(argv[2]);
+    if (mode == "serve" && (argc == 3 || argc == 4)) {
+        return Serve(argv[2],
+                     std::chrono::microseconds(argc == 4 ? std::strtol(argv[3], nullptr, 10) : 0));
     }
-    if (mode == "run" && (argc == 6 || argc == 8)) {
+    if ((mode == "run" || mode == "block") && (argc == 6 || argc == 8)) {
         const size_t data = argc == 8 ? std::strtoul(argv[6], nullptr, 10) : 0;
         if (data > kBufferSize) {
             errno = EINVAL;
             Fail("DATA");
         }
-        return Run(argv[2], std::strtoul(argv[3], nullptr, 10),
+        return Run(mode == "run" ? kSpin : std::chrono::nanoseconds(0), argv[2],
+                   std::strtoul(argv[3], nullptr, 10),
                    static_cast<uint16_t>(std::strtoul(argv[4], nullptr, 10)),
                    std::strtol(argv[5], nullptr, 10), data, argc == 8 ? argv[7] : nullptr);
     }
-    if (mode == "wait" && argc == 4) {
-        return Wait(std::strtol(argv[2], nullptr, 10), std::strtol(argv[3], nullptr, 10));
-    }
     std::fputs(
-        "Usage: bench_limit serve ADDRESS | run ADDRESS REQUEST REPLY COUNT [DATA FILE]\n"
-        "       | wait SLICE SECONDS\n",
+        "Usage: bench_limit serve ADDRESS [DELAY]\n"
+        "       | run|block ADDRESS REQUEST REPLY COUNT [DATA FILE]\n",
         stderr);
     return 2;
 }

@@ -23,6 +23,7 @@ class Sections:
     presence: list = dataclasses.field(default_factory=list)    # (what, text)
     growth: list = dataclasses.field(default_factory=list)      # (bytes, fetch, send)
     crowd: list = dataclasses.field(default_factory=list)       # (panels, idle)
+    delayed: list = dataclasses.field(default_factory=list)     # (microseconds, CPU seconds a datagram, the same bare)
 
 
 def table(head, rows):
@@ -46,6 +47,9 @@ def text(page):
     lines += table(("Panels heard, a beacon a second each", "wake-ups/s", "CPU ms/s"),
                    [(count, f"{idle[3] / idle[0]:.0f}", f"{idle[1] / idle[0] * 1000:.1f}")
                     for count, idle in page.crowd])
+    lines += table(("Answer after", "CPU a datagram", "a client that only blocks"),
+                   [(f"{delay / 1000:g} ms", f"{link * 1e6:.0f} us", f"{bare * 1e6:.0f} us")
+                    for delay, link, bare in page.delayed])
     lines += table(("File", *(f"{direction}{column}" for direction in ("fetch ", "send ") for column in
                               ("s/GB", "CPU s/GB", "growth MiB", "ratio to the limit with a file"))),
                    [(f"{size >> 20} MiB", *(column for run in (fetch, send) for column in

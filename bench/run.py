@@ -1,6 +1,8 @@
 """Measures the module against the limit of one datagram in flight and against other lock-step clients,
 interleaved in one run. Started by scripts/bench."""
 import argparse
+import collections
+import dataclasses
 import filecmp
 import mmap
 import os
@@ -20,10 +22,24 @@ DATAGRAMS = {"fetch": (30, 1400, FETCH_DATA), "send": (1400, 4, 1300)}  # reques
 MIB = 1 << 20
 
 
-def repeats(size):
-    """How many times as often a transfer of `size` bytes runs: for seconds on end a shared machine is a third
-    slower, and in a few rounds that may strike the link more than its limit."""
-    return 4 if size <= 256 * MIB else 1
+@dataclasses.dataclass
+class Scale:
+    """How much is measured."""
+    rounds: int
+    # How many times as often transfers of up to 256 MiB run: for seconds on end a shared machine is a third
+    # slower, and in a few rounds that may strike the link more than its limit.
+    repeats: int
+    sizes: tuple       # of the files transferred, in MiB
+    growth: tuple      # the same, for the table of memory
+    crowd: tuple       # numbers of panels
+    files: int         # in the folder
+    delays: tuple      # of a panel's answers, in microseconds
+    starts: int        # of the host program
+
+
+WHOLE = Scale(5, 4, (32, 256), (1, 16, 64, 256, 1024), (0, 1, 25, 100, 400), 1000, (300, 500, 1000, 2000), 40)
+QUICK = Scale(3, 1, (32,), (16,), (0, 25), 1000, (500,), 20)
+SMOKE = Scale(1, 1, (1,), (1, 2), (0, 20), 100, (500,), 2)
 
 
 def ratios(limit, runs):
@@ -32,8 +48,8 @@ def ratios(limit, runs):
 
 
 class Bench:
-    def __init__(self, build, scratch, rounds):
-        self.build, self.scratch, self.rounds = build, scratch, rounds
+    def __init__(self, build, scratch, scale):
+        self.build, self.scratch, self.scale = build, scratch, scale
         self.storage, self.local = scratch / "panel", scratch / "local"
         self.storage.mkdir()
         self.local.mkdir()
@@ -59,21 +75,18 @@ class Bench:
             process.wait()
         self.servers.clear()
 
-    def limit(self, direction, size, file=None):
+    def repeats(self, size):
+        return self.scale.repeats if size <= 256 * MIB else 1
+
+    def limit(self, direction, size, file=None, kind="run"):
         """Seconds and CPU seconds of as many bare round trips as a transfer of `size` bytes has; with `file`,
         also of as many bytes written there."""
         request, reply, data = DATAGRAMS[direction]
-        out = subprocess.run([self.build / "bench/bench_limit", "run", LIMIT_ADDRESS, str(request), str(reply),
+        out = subprocess.run([self.build / "bench/bench_limit", kind, LIMIT_ADDRESS, str(request), str(reply),
                               str(-(-size // data)), *((str(data), file) if file else ())],
                              check=True, capture_output=True, text=True)
         seconds, cpu = map(float, out.stdout.split())
         return seconds, cpu
-
-    def slices(self, microseconds, seconds):
-        """The share of a core that a bare wait in slices of that length takes."""
-        out = subprocess.run([self.build / "bench/bench_limit", "wait", str(microseconds), str(seconds)],
-                             check=True, capture_output=True, text=True)
-        return float(out.stdout) / seconds
 
     def link(self, job, *arguments):
         """What bench_link prints: seconds, CPU seconds, KiB of growth, wake-ups, KiB of its own."""
@@ -129,7 +142,7 @@ class Bench:
         round. Where there are several rounds, `times` as many as the bench has, one before them does not
         count: it finds everything cold. The jobs named `seldom` run as often as the bench has rounds."""
         results = {name: {} for name in jobs}
-        rounds = self.rounds * times if self.rounds > 1 else 1
+        rounds = self.scale.rounds * times
         for number in range(-1 if rounds > 1 else 0, rounds):
             for name, job in jobs.items():
                 if name in seldom and number % times:
@@ -169,7 +182,7 @@ class Bench:
         }
         stored = [self.local / name for name in ("f", "by-curl", "by-atftp")]
         stored += [self.storage / name for name in ("sent", "up")]
-        results = self.interleaved(jobs | peers, size + 32 * MIB, stored, repeats(size), seldom=peers)
+        results = self.interleaved(jobs | peers, size + 32 * MIB, stored, self.repeats(size), seldom=peers)
         rows = []
         for name, runs in results.items():
             if runs:
@@ -178,8 +191,9 @@ class Bench:
                 rows.append(report.Row(name, ratios(base, runs), size / MIB / seconds, cpu / (size / 1e9)))
         return sorted(rows, key=lambda row: not row.name.startswith("fetch"))
 
-    def folder(self, count=1000, size=4096):
+    def folder(self, size=4096):
         """Files a second: the module's folder copy, and a peer with as many files in one process."""
+        count = self.scale.files
         (self.storage / "many").mkdir()
         for i in range(count):
             self.file(self.storage / "many", f"f{i:03}", size)
@@ -196,25 +210,60 @@ class Bench:
         results = self.interleaved(jobs)
         return [(name, [count / run[0] for run in runs.values()]) for name, runs in results.items() if runs]
 
-    def presence(self, rounds):
+    def calls(self):
+        """Pairs of a system call and how many of them the folder copy makes for a file of 4 KiB; none without
+        strace. What only waits is left out, and what fails: a spin tries to receive over and over."""
+        if not shutil.which("strace"):
+            return []
+        (self.storage / "few").mkdir()
+        counts = collections.Counter()
+        for folder, sign in (("many", 1), ("few", -1)):
+            (self.local / folder).mkdir(exist_ok=True)
+            for old in (self.local / folder).iterdir():
+                old.unlink()
+            subprocess.run(["strace", "-f", "-z", "-c", "-U", "calls,name", "-e", "trace=!ppoll,clock_nanosleep,futex",
+                            "-o", self.scratch / "calls", self.build / "bench/bench_link", self.build / "brenholt.so",
+                            "folder", "direct", folder, self.local / folder], check=True, capture_output=True)
+            for line in (self.scratch / "calls").read_text().splitlines():
+                number, _, name = line.strip().partition(" ")
+                if number.isdigit() and name.strip() != "total":
+                    counts[name.strip()] += sign * int(number)
+        return [(name, total / self.scale.files) for name, total in counts.most_common()
+                if round(total / self.scale.files) > 0]
+
+    def start(self):
+        """Seconds of `brenholt list`, from its start to its end, with a panel that beacons each 100 ms."""
+        times = []
+        for _ in range(self.scale.starts):
+            start = time.monotonic()
+            subprocess.run([self.build / "brenholt", "--panel", PANEL, "list"], check=True, capture_output=True)
+            times.append(time.monotonic() - start)
+        return times
+
+    def presence(self):
         """The cost of being there, as (what, text) pairs."""
+        rounds = self.scale.rounds
+
         def median(index, *job):
             return statistics.median(self.link(*job)[index] for _ in range(rounds))
         loads = [self.link("load") for _ in range(4 * rounds)]
-        idle = self.link("idle", 5)
-        slices = self.slices(1000, 3)
         silent = [self.link("silent", 1000) for _ in range(rounds)]
         cancels = [self.link("cancel", 5000)[0] for _ in range(4 * rounds)]
         late = [run[0] * 1000 - 1000 for run in silent]
         yield "load the module", f"{statistics.median(l[0] for l in loads) * 1000:.1f} ms, " \
             f"{statistics.median(l[2] for l in loads):.0f} KiB, " \
             f"of which {statistics.median(l[4] for l in loads):.0f} no file backs"
-        yield "idle link", f"{idle[3] / 5:.0f} wake-ups and {idle[1] / 5 * 1000:.1f} ms of CPU a second"
-        yield "a silent wait of 1 s", f"{statistics.median(s[1] for s in silent) * 100:.2f} % of a core " \
-            f"(the idle link: {idle[1] / 5 * 100:.2f} %; nothing but poll every 1 ms: {slices * 100:.2f} %), " \
+        yield "a silent wait of 1 s", f"{statistics.median(s[1] for s in silent) * 100:.2f} % of a core, " \
             f"{statistics.median(late):.1f} ms late (worst {max(late):.1f})"
         yield "cancel in a silent wait", f"{statistics.median(cancels) * 1000:.1f} ms " \
             f"(worst {max(cancels) * 1000:.1f})"
+        starts = self.start()
+        yield "`brenholt list`, panel that beacons each 100 ms", f"{statistics.median(starts) * 1000:.0f} ms " \
+            f"(least {min(starts) * 1000:.0f})"
+        calls = self.calls()
+        if calls:
+            yield f"system calls for a file of 4 KiB in a folder: {sum(count for _, count in calls):.0f}", \
+                ", ".join(f"{name} {count:.0f}" for name, count in calls)
         (self.storage / "list").mkdir()
         for entries in (10, 100, 1000):
             for path in range(len(list((self.storage / "list").iterdir())), entries):
@@ -229,7 +278,7 @@ class Bench:
 
         def measured(direction, job, stored):
             results = self.interleaved({"limit": lambda: self.limit(direction, size, bare), "link": job},
-                                       size + 32 * MIB, [stored, bare], repeats(size))
+                                       size + 32 * MIB, [stored, bare], self.repeats(size))
             return (*map(statistics.median, zip(*results["link"].values())),
                     statistics.median(ratios(results["limit"], results["link"])))
 
@@ -244,31 +293,50 @@ class Bench:
             yield size, fetch, send
 
     def crowd(self, counts):
-        """For each number of panels heard, a beacon a second each: the share of a core."""
+        """For each number of panels heard, a beacon a second each: what an idle link takes."""
         for count in counts:
             panels = [f"--panel=127.0.{1 + i // 200}.{1 + i % 200}={self.storage}" for i in range(count)]
-            process = self.serve(self.build / "tavrin-panel", "--quiet", *panels, ready="ready")
+            if panels:
+                self.serve(self.build / "tavrin-panel", "--quiet", *panels, ready="ready")
             yield count, self.link("idle", 5)
-            process.terminate()
-            process.wait()
-            self.servers.remove(process)
+            self.stop_servers()
+
+    def delayed(self, delays):
+        """For each time that a panel takes to answer: CPU seconds of the link for a datagram of a fetch, and of a
+        client that only blocks and stores as much."""
+        size = 2 * MIB
+        datagrams = size / FETCH_DATA
+        self.file(self.storage, "d", size)
+        for delay in delays:
+            self.serve(self.build / "tavrin-panel", "--quiet", "--panel", f"{PANEL}={self.storage}", "--spin", "5ms",
+                       "--beacon-interval", "100ms", "--fault", f"delay=1:{delay}us", ready="ready")
+            self.serve(self.build / "bench/bench_limit", "serve", LIMIT_ADDRESS, delay, ready="ready")
+            results = self.interleaved({
+                "link": lambda: self.fetch("direct", "d"),
+                "bare": lambda: self.limit("fetch", size, self.local / "bare", "block"),
+            }, files=[self.local / "d", self.local / "bare"])
+            yield delay, *(statistics.median(run[1] for run in results[name].values()) / datagrams
+                           for name in ("link", "bare"))
+            self.stop_servers()
 
 
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("build", type=pathlib.Path)
-    parser.add_argument("--quick", action="store_true", help="small sizes, one round: does it run")
+    parser.add_argument("--quick", dest="scale", action="store_const", const=QUICK, default=WHOLE,
+                        help="the same with fewer rounds, sizes and panels, in three minutes")
+    parser.add_argument("--smoke", dest="scale", action="store_const", const=SMOKE, help="does it run")
     parser.add_argument("--page", type=pathlib.Path, help="page whose tables are written anew")
     parser.add_argument("--plot", type=pathlib.Path, help="SVG of the ratios")
     options = parser.parse_args()
     memory = "/dev/shm" if os.access("/dev/shm", os.W_OK) else None
     with tempfile.TemporaryDirectory(dir=memory) as scratch:
-        bench = Bench(options.build.resolve(), pathlib.Path(scratch), 1 if options.quick else 5)
+        bench = Bench(options.build.resolve(), pathlib.Path(scratch), options.scale)
         script = bench.scratch / "script"
         script.write_text("TM * silent\n")
         sections = report.Sections()
         try:
-            measure(bench, script, options.quick, sections)
+            measure(bench, script, sections)
         except BaseException:
             print(report.text(sections))  # what was measured is not lost
             raise
@@ -277,22 +345,22 @@ def main():
     report.write(sections, options.page, options.plot)
 
 
-def measure(bench, script, quick, page):
+def measure(bench, script, page):
+    scale = bench.scale
     quiet = bench.build / "tavrin-panel", "--quiet"
-    for count, idle in bench.crowd((1, 20) if quick else (1, 25, 100, 400)):
-        page.crowd.append((count, idle))
+    page.crowd += bench.crowd(scale.crowd)
+    page.delayed += bench.delayed(scale.delays)
     bench.serve(bench.build / "bench/bench_limit", "serve", LIMIT_ADDRESS, ready="ready")
     bench.serve(*quiet, "--panel", f"{PANEL}={bench.storage}", "--beacon-interval", "100ms",
                 "--spin", "1ms", "--script", script, ready="ready")
     if shutil.which("atftpd"):
         bench.serve("atftpd", "--daemon", "--no-fork", "--port", PEER_PORT, "--bind-address", "127.0.0.1",
                     "--user", "root", "--group", "root", bench.storage)
-    sizes = (MIB,) if quick else (32 * MIB, 256 * MIB)
-    for size in sizes:
-        page.transfers.append((size // MIB, bench.transfers(size)))
-    page.folder = bench.folder(100 if quick else 1000)
-    page.presence += bench.presence(1 if quick else 5)
-    page.growth += bench.growth((MIB, 2 * MIB) if quick else [MIB << n for n in (0, 4, 6, 8, 10)])
+    for size in scale.sizes:
+        page.transfers.append((size, bench.transfers(size * MIB)))
+    page.folder = bench.folder()
+    page.presence += bench.presence()
+    page.growth += bench.growth([size * MIB for size in scale.growth])
 
 
 if __name__ == "__main__":

@@ -155,7 +155,7 @@ bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<co
         return false;
     }
     try {
-        if (file.GetLength() > 0) {
+        if (!create) {
             file.SeekToEnd();
         }
         file.Write(data);

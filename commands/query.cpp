@@ -29,16 +29,15 @@ constexpr int kIdentityTimeoutMs = 1000;
 class TargetOnLoan {
  public:
     TargetOnLoan(CTvUdp& link, std::u16string_view address)
-        : m_link(link),
-          m_other(address),
-          m_nRetries(link.m_nRetries),
-          m_nTimeoutMs(link.m_nTimeoutMs) {
-        SwapTarget();
+        : m_link(link), m_nRetries(link.m_nRetries), m_nTimeoutMs(link.m_nTimeoutMs) {
+        const CSingleLock lock(m_link.m_lock);
+        m_link.m_strTargetIp.Lend(address);
         m_link.m_nRetries = kIdentityRetries;
         m_link.m_nTimeoutMs = kIdentityTimeoutMs;
     }
     ~TargetOnLoan() {
-        SwapTarget();
+        const CSingleLock lock(m_link.m_lock);
+        m_link.m_strTargetIp.GiveBack();
         m_link.m_nRetries = m_nRetries;
         m_link.m_nTimeoutMs = m_nTimeoutMs;
     }
@@ -46,13 +45,7 @@ class TargetOnLoan {
     TargetOnLoan& operator=(const TargetOnLoan&) = delete;
 
  private:
-    void SwapTarget() {
-        const CSingleLock lock(m_link.m_lock);
-        m_link.m_strTargetIp.Swap(m_other);
-    }
-
     CTvUdp& m_link;
-    CTargetAddress m_other;
     int m_nRetries;
     int m_nTimeoutMs;
 };

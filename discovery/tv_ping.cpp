@@ -14,6 +14,8 @@ namespace {
 
 constexpr size_t kDescriptorOffset = kGreeting.size() + 1;
 constexpr uint32_t kExpiryMs = 5000;
+// From one datagram to the next: what bounds the cost of a flood.
+constexpr uint64_t kPassUs = 10'000;
 
 }  // namespace
 
@@ -33,7 +35,7 @@ int CTvPing::Start(int nRetries, int nTimeoutMs, int bAsyncMode) {
 }
 
 void CTvPing::Stop() {
-    StopWorker();
+    StopWorker([this] { Interrupt(); });
     Close();
 }
 
@@ -44,7 +46,16 @@ void CTvPing::AbandonInChild() {
 
 unsigned CTvPing::Worker(void* self) {
     auto* ping = static_cast<CTvPing*>(self);
-    return ping->RunPasses([ping] { return ping->Step(); });
+    return ping->RunPasses([ping] { return ping->Step(); }, [ping] { ping->Rest(); });
+}
+
+void CTvPing::Rest() {
+    const uint64_t start = GetMicroseconds();
+    AwaitDatagram(UINT32_MAX);
+    const uint64_t rested = GetMicroseconds() - start;
+    if (m_bStop == 0 && rested < kPassUs) {
+        Sleep(static_cast<uint32_t>((kPassUs - rested + 999) / 1000));
+    }
 }
 
 int CTvPing::Step() {

@@ -71,6 +71,8 @@ class CTvPing : public CAsyncSocket, public CPassWorker {
 
  private:
     static unsigned Worker(void* self);
+    // Until the next datagram or the stop, and 10 ms at least.
+    void Rest();
     void TakeBeacon(std::string_view datagram, const sockaddr_in& from);
 
     // A datagram of 1400 bytes at most; a longer one fails to be received.

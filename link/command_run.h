@@ -7,11 +7,18 @@
 namespace brenholt {
 
 // Lives for the length of a command's run and ends the command on every way out, once: with the
-// value given to End, or 0.
+// value given to End, or 0. Until then no posted command starts.
 class CommandRun {
  public:
-    explicit CommandRun(CTvUdp& link) : m_link(link) { link.m_account.BeginTransfer(); }
-    ~CommandRun() { m_link.EndCommand(m_result); }
+    explicit CommandRun(CTvUdp& link) : m_link(link) {
+        m_link.m_bRunning = 1;
+        link.m_account.BeginTransfer();
+    }
+    ~CommandRun() {
+        m_link.EndCommand(m_result);
+        m_link.m_bRunning = 0;
+        m_link.WakeWorker();
+    }
     CommandRun(const CommandRun&) = delete;
     CommandRun& operator=(const CommandRun&) = delete;
 

@@ -1,5 +1,6 @@
 // The one-deep slot through which a command passes from the host to the worker.
 #include <array>
+#include <utility>
 
 #include "link/tv_udp.h"
 #include "platform/text.h"
@@ -71,18 +72,19 @@ void CTvUdp::BeginCommand(std::u16string_view token, int posted, const char16_t*
         m_bStopAtBegin = m_bStop.load();
     }
     std::swap(m_slot, slot);
+    m_nResult = 0;
     m_bBusy = 1;
     m_bCancel = 0;
-    m_nResult = 0;
     m_bPosted = posted;
 }
 
 void CTvUdp::EndCommand(int result) {
-    m_nResult = result;
-    {
-        const CSingleLock lock(m_lock);
-        m_slot.m_strCmd.clear();
+    const CSingleLock lock(m_lock);
+    if (m_bPosted != 0) {
+        return;
     }
+    m_nResult = result;
+    m_slot.m_strCmd.clear();
     m_bCancel = 0;
     m_bBusy = 0;
 }
@@ -100,21 +102,31 @@ std::optional<int> CTvUdp::Enter(std::u16string_view token, int async, const cha
     return 1;
 }
 
+void CTvUdp::WakeWorker() {
+    if (m_bPosted != 0) {
+        m_work.SetEvent();
+    }
+}
+
 unsigned CTvUdp::ServiceThread(void* link) {
     auto* self = static_cast<CTvUdp*>(link);
-    return self->RunPasses([self] { return self->ServiceOnce(); });
+    return self->RunPasses(
+        // What was posted before the stop still runs.
+        [self] { return self->ServiceOnce() != 0 && self->m_bPosted == 0 ? 1 : 0; },
+        [self] { self->m_work.Wait(); });
 }
 
 int CTvUdp::ServiceOnce() {
-    if (g_bInRecv != 0 || m_bPosted == 0) {
+    // In this order: what is posted while another runs finds that one running.
+    if (m_bPosted == 0 || g_bInRecv != 0 || m_bRunning != 0) {
         return m_bStop;
     }
+    CommandSlot slot;
+    {
+        const CSingleLock lock(m_lock);
+        slot = std::exchange(m_slot, {});
+    }
     try {
-        CommandSlot slot;
-        {
-            const CSingleLock lock(m_lock);
-            slot = m_slot;
-        }
         for (const Handler& handler : kHandlers) {
             if (handler.token == slot.m_strCmd) {
                 handler.run(*this, slot);
@@ -122,11 +134,19 @@ int CTvUdp::ServiceOnce() {
             }
         }
     } catch (...) {
-        // Out of memory before the handler took the command over.
-        if (m_bPosted != 0) {
+        // Out of memory: the command has failed.
+    }
+    bool left;
+    {
+        // No handler has taken it over, for want of memory or of a target.
+        const CSingleLock lock(m_lock);
+        left = m_bPosted != 0 && m_slot.m_strCmd.empty();
+        if (left) {
             m_bPosted = 0;
-            EndCommand(0);
         }
+    }
+    if (left) {
+        EndCommand(0);
     }
     return m_bStop;
 }

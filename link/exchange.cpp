@@ -19,10 +19,6 @@ namespace {
 constexpr std::string_view kPrefix = "Cmd=";
 constexpr size_t kMaxHeaderText = 255;  // bytes, of token and of argument
 
-// A cancel interrupts the wait. It is looked for this often besides, should there have been no
-// descriptor left to interrupt it by.
-constexpr uint64_t kWaitSliceUs = 10'000;
-
 class InRecv {
  public:
     InRecv() { g_bInRecv = 1; }
@@ -80,8 +76,8 @@ int CTvUdp::RecvReply(Reply& reply, uint64_t untilUs) {
         if (Interrupted()) {
             return 0;
         }
-        const auto waitUs =
-            static_cast<uint32_t>(std::min(untilUs > now ? untilUs - now : 0, kWaitSliceUs));
+        const auto waitUs = static_cast<uint32_t>(
+            std::min<uint64_t>(untilUs > now ? untilUs - now : 0, UINT32_MAX));
         sockaddr_in from{};
         const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from, waitUs);
         if (n >= 0) {

@@ -82,7 +82,6 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
     static const int forkHandlers = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
     static_cast<void>(forkHandlers);
     Create(kCommandPort);
-    AllowInterrupt();
     if (!StartWorker(ServiceThread, this)) {
         Close();
         return 0;
@@ -94,9 +93,10 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
 void* CTvUdp::Stop() {
     m_ping.Stop();
     // What runs ends by the stop, not by a cancel, which the next step of a walk would take back.
-    m_bStop = 1;
-    Interrupt();
-    StopWorker();
+    StopWorker([this] {
+        Interrupt();
+        m_work.SetEvent();
+    });
     if (m_bBusy == 0) {
         AwaitOwed();
     }
@@ -109,6 +109,7 @@ void CTvUdp::AbandonInChild() {
     AbandonWorker();
     m_bPosted = 0;
     m_bBusy = 0;
+    m_bRunning = 0;
     m_bSelecting = 0;
     g_bInRecv = 0;
     Close();

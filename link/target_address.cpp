@@ -1,5 +1,7 @@
 #include "link/target_address.h"
 
+#include <algorithm>
+
 #include "platform/address.h"
 #include "platform/text.h"
 
@@ -25,9 +27,13 @@ uint64_t WorkOutRoute(std::u16string_view text) {
 
 }  // namespace
 
+CTargetAddress::Address::Address(std::u16string_view address)
+    : text(address), route(WorkOutRoute(address)) {
+}
+
 CTargetAddress::CTargetAddress(std::u16string_view text)
-    : m_text(std::make_unique<const std::u16string>(text)) {
-    Publish();
+    : m_own(std::make_unique<const Address>(text)) {
+    Publish(*m_own);
 }
 
 Route CTargetAddress::GetRoute() const {
@@ -37,22 +43,21 @@ Route CTargetAddress::GetRoute() const {
 }
 
 void CTargetAddress::Set(std::u16string_view text) {
-    CTargetAddress next(text);
-    Swap(next);
+    auto next = std::make_unique<const Address>(text);
+    Publish(*next);
+    m_own = std::move(next);
+    m_lent.clear();
 }
 
-void CTargetAddress::Swap(CTargetAddress& other) noexcept {
-    m_text.swap(other.m_text);
-    const uint64_t route = m_route.load(std::memory_order_relaxed);
-    m_route.store(other.m_route.load(std::memory_order_relaxed), std::memory_order_release);
-    other.m_route.store(route, std::memory_order_relaxed);
-    m_published.store(m_text->c_str(), std::memory_order_release);
-    other.m_published.store(other.m_text->c_str(), std::memory_order_relaxed);
+void CTargetAddress::Lend(std::u16string_view text) {
+    const auto same = std::find_if(m_lent.begin(), m_lent.end(),
+                                   [text](const Address& lent) { return lent.text == text; });
+    Publish(same != m_lent.end() ? *same : m_lent.emplace_back(text));
 }
 
-void CTargetAddress::Publish() {
-    m_published.store(m_text->c_str(), std::memory_order_release);
-    m_route.store(WorkOutRoute(*m_text), std::memory_order_release);
+void CTargetAddress::Publish(const Address& address) noexcept {
+    m_published.store(address.text.c_str(), std::memory_order_release);
+    m_route.store(address.route, std::memory_order_release);
 }
 
 }  // namespace brenholt

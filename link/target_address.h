@@ -4,11 +4,13 @@
 
 #include <netinet/in.h>
 
-#include <atomic>
 #include <cstdint>
+#include <list>
 #include <memory>
 #include <string>
 #include <string_view>
+
+#include "platform/thread.h"
 
 namespace brenholt {
 
@@ -22,25 +24,33 @@ struct Route {
 };
 
 // Changes under the link's lock only; GetRoute and c_str may be called at any time from any thread
-// and see the old target or the new one, never a mixture.
+// and see one address or the other, never a mixture.
 class CTargetAddress {
  public:
     explicit CTargetAddress(std::u16string_view text);
 
     Route GetRoute() const;
-    // Good until the text is next changed for good (an exchange with Swap does not count).
+    // Good until the next Set.
     const char16_t* c_str() const { return m_published.load(std::memory_order_acquire); }
 
     void Set(std::u16string_view text);
-    // Exchanges the texts themselves, not copies: a pointer from c_str stays good.
-    void Swap(CTargetAddress& other) noexcept;
+    // Shows `text` in the place of the address, until GiveBack.
+    void Lend(std::u16string_view text);
+    void GiveBack() noexcept { Publish(*m_own); }
 
  private:
-    void Publish();
+    struct Address {
+        explicit Address(std::u16string_view text);
+        std::u16string text;
+        uint64_t route;  // address, and the flags above it
+    };
+    void Publish(const Address& address) noexcept;
 
-    std::unique_ptr<const std::u16string> m_text;
-    std::atomic<const char16_t*> m_published{nullptr};
-    std::atomic<uint64_t> m_route{0};  // address, and the flags above it
+    std::unique_ptr<const Address> m_own;
+    // Kept when they were given back: a reader may hold their text.
+    std::list<Address> m_lent;
+    Shared<const char16_t*> m_published{nullptr};
+    Shared<uint64_t> m_route{0};
 };
 
 }  // namespace brenholt

@@ -70,13 +70,15 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     // own.
     void BeginCommand(std::u16string_view token, int posted, const char16_t* arg1,
                       const char16_t* arg2, int nArg, void* p1, void* p2, void* p3);
-    // Empties the slot, publishes the result, lets m_bBusy fall last.
+    // Empties the slot, publishes the result, lets m_bBusy fall last. Leaves a command alone that
+    // was posted meanwhile.
     void EndCommand(int result);
-    // The worker's body: a pass every 10 ms until m_bStop.
+    // The worker's body: passes until m_bStop, also for what was posted before it.
     static unsigned ServiceThread(void* link);
-    // One pass: runs the posted command, if there is one and nobody waits for a reply. Gives
-    // m_bStop.
+    // One pass: runs the posted command, if there is one and no other runs. Gives m_bStop.
     int ServiceOnce();
+    // Has the worker look for a posted command. Any thread may call it.
+    void WakeWorker();
 
     // ---- link/exchange.cpp -------------------------------------------------------------------
 
@@ -179,6 +181,7 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     SharedWord m_bAsyncMode{1};
     SharedWord m_bBusy{0};
     SharedWord m_bCancel{0};
+    SharedWord m_bRunning{0};      // a thread runs a command
     SharedWord m_bSelecting{0};    // SelectTarget is under way
     SharedWord m_bStopAtBegin{1};  // m_bStop when the running command began
     ReplyAccount m_account;        // of the thread that runs a command
@@ -217,6 +220,8 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     int KeepUserUnit(const CTavrinUnit& unit);
     int RunText(std::u16string_view token, const char16_t* arg, int async, bool needsAck);
     void Adopt(std::u16string_view ip, std::u16string_view project, int32_t cpu, int32_t version);
+
+    CEvent m_work;  // of the worker: there may be something to do
 
     // The exchange's own; one exchange at a time.
     std::array<uint8_t, kMaxDatagram> m_txBuf{};

@@ -49,15 +49,16 @@ bool CFile::OpenAt(int folder, const std::string& name, Mode mode) {
     flags |= mode == modeCreate ? O_CREAT : 0;
     flags |= folder != AT_FDCWD ? O_NOFOLLOW : 0;
     CDescriptor fd(Uninterrupted([&] { return openat(folder, name.c_str(), flags, 0666); }));
+    // A network file system may lack such locks: only one that is held elsewhere refuses.
+    if (!fd || (flock(fd.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) {
+        return false;
+    }
     struct stat status {};
-    if (!fd || fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    if (fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return false;
     }
-    // A network file system may lack such locks: only a lock that is held elsewhere refuses.
-    if (flock(fd.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
-        return false;
-    }
-    if (mode == modeCreate && Uninterrupted([&] { return ftruncate(fd.Get(), 0); }) != 0) {
+    if (mode == modeCreate && status.st_size > 0 &&
+        Uninterrupted([&] { return ftruncate(fd.Get(), 0); }) != 0) {
         return false;
     }
     m_fd = std::move(fd);

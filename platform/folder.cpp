@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 
@@ -17,15 +18,21 @@ namespace {
 constexpr int kFolderFlags = O_RDONLY | O_DIRECTORY | O_CLOEXEC;
 constexpr int kTempFileTries = 100;
 
-std::string RandomTempName() {
-    uint64_t number = 0;
+uint32_t RandomNumber() {
+    uint32_t number = 0;
     if (getrandom(&number, sizeof number, GRND_NONBLOCK) != sizeof number) {
         timespec now{};
         clock_gettime(CLOCK_MONOTONIC, &now);
-        number = static_cast<uint64_t>(now.tv_nsec);
+        number = static_cast<uint32_t>(now.tv_nsec);
     }
+    return number;
+}
+
+// Another one each time, and hardly one that another process has.
+std::string NextTempName() {
+    static std::atomic<uint32_t> next{RandomNumber()};
     std::array<char, 24> name{};
-    std::snprintf(name.data(), name.size(), "TMP%08X.tmp", static_cast<unsigned>(number));
+    std::snprintf(name.data(), name.size(), "TMP%08X.tmp", static_cast<unsigned>(next++));
     return name.data();
 }
 
@@ -46,7 +53,7 @@ bool CFolder::OpenChild(const CFolder& parent, const std::string& name) {
 
 std::string CFolder::MakeTempFile() const {
     for (int i = 0; i < kTempFileTries; ++i) {
-        std::string name = RandomTempName();
+        std::string name = NextTempName();
         const CDescriptor file(Uninterrupted([&] {
             return openat(m_fd.Get(), name.c_str(),
                           O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);

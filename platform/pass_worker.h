@@ -1,10 +1,9 @@
-// A worker thread that looks for something to do every 10 ms, and when it is woken.
+// A worker thread that makes passes, and rests between them until there is something to do.
 #ifndef BRENHOLT_PLATFORM_PASS_WORKER_H
 #define BRENHOLT_PLATFORM_PASS_WORKER_H
 
 #include <memory>
 
-#include "platform/clock.h"
 #include "platform/thread.h"
 
 namespace brenholt {
@@ -31,24 +30,21 @@ class CPassWorker {
         }
         return m_worker != nullptr;
     }
-    // Runs passes until one gives a value other than 0.
-    template <class Pass>
-    unsigned RunPasses(Pass pass) {
+    // Makes passes until one gives other than 0, with a rest after each that gave 0.
+    template <class Pass, class Rest>
+    unsigned RunPasses(Pass pass, Rest rest) {
         m_bStopped = 0;
         while (pass() == 0) {
-            m_wake.Wait(kPassMs);
+            rest();
         }
         m_bStopped = 1;
         return 0;
     }
-    // The next pass comes at once. Any thread may call it.
-    void WakeWorker() { m_wake.SetEvent(); }
-    // Returns when the worker has ended.
-    void StopWorker() {
+    // Returns when the worker has ended. `wake` ends its rest.
+    template <class Wake>
+    void StopWorker(Wake wake) {
         m_bStop = 1;
-        while (m_bStopped == 0) {
-            Sleep(kPassMs);
-        }
+        wake();
         if (m_worker) {
             m_worker->Join();
             m_worker.reset();
@@ -62,9 +58,6 @@ class CPassWorker {
     }
 
  private:
-    static constexpr uint32_t kPassMs = 10;
-
-    CEvent m_wake;
     std::unique_ptr<CWinThread> m_worker;
 };
 

@@ -4,11 +4,18 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include <algorithm>
 #include <array>
 #include <ctime>
 
 namespace brenholt {
 namespace {
+
+// How long a wait lasts at most that nothing can interrupt.
+constexpr uint32_t kSliceUs = 10'000;
+
+// After a send, where the answer before came within that time, the wake-up of a thread included.
+constexpr uint64_t kSpinNs = 50'000;
 
 uint64_t NowNs() {
     timespec now{};
@@ -23,6 +30,8 @@ bool CAsyncSocket::Create(uint16_t port) {
 }
 
 bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
+    // Whoever waits is to be interrupted also where there is no port to hear from.
+    m_waker.Open();
     CDescriptor fd(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
     if (!fd) {
         return false;
@@ -63,25 +72,32 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
 
 int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
     from = {};
-    while (waitUs > 0 && NowNs() < m_spinUntil) {
+    if (waitUs == 0) {
+        return TakeDatagram(buffer, from);
+    }
+    while (m_spins && NowNs() - m_sentNs < kSpinNs) {
         const int n = TakeDatagram(buffer, from);
         if (n >= 0) {
-            m_spinNs = kLongSpinNs;
             return n;
         }
     }
-    if (waitUs > 0) {
-        m_spinNs = kShortSpinNs;
-        std::array<pollfd, 2> waiting{{{m_socket.Get(), POLLIN, 0}, {m_waker.Get(), POLLIN, 0}}};
-        const timespec time{waitUs / 1'000'000, waitUs % 1'000'000 * 1000L};
-        if (ppoll(waiting.data(), waiting.size(), &time, nullptr) <= 0) {
-            return -1;
-        }
-        if (waiting[1].revents != 0) {
-            m_waker.Clear();
-        }
-    }
+    m_spins = AwaitDatagram(waitUs) && NowNs() - m_sentNs < kSpinNs;
     return TakeDatagram(buffer, from);
+}
+
+bool CAsyncSocket::AwaitDatagram(uint32_t waitUs) {
+    std::array<pollfd, 2> waiting{{{m_socket.Get(), POLLIN, 0}, {m_waker.Get(), POLLIN, 0}}};
+    if (waiting[1].fd < 0) {
+        waitUs = std::min(waitUs, kSliceUs);
+    }
+    const timespec time{waitUs / 1'000'000, waitUs % 1'000'000 * 1000L};
+    if (ppoll(waiting.data(), waiting.size(), &time, nullptr) <= 0) {
+        return false;
+    }
+    if (waiting[1].revents != 0) {
+        m_waker.Clear();
+    }
+    return true;
 }
 
 int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
@@ -89,12 +105,8 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
         return sendto(m_socket.Get(), data.data(), data.size(), 0,
                       reinterpret_cast<const sockaddr*>(&to), sizeof to);
     });
-    m_spinUntil = NowNs() + m_spinNs;
+    m_sentNs = NowNs();
     return static_cast<int>(n);
-}
-
-void CAsyncSocket::AllowInterrupt() {
-    m_waker.Open();
 }
 
 void CAsyncSocket::Interrupt() {

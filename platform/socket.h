@@ -14,8 +14,9 @@ struct sock_filter;
 
 namespace brenholt {
 
-// A non-blocking IPv4 UDP socket, bound on all interfaces. Before Create and after Close every send
-// fails and every receive finds nothing. One thread at a time may use it; Interrupt is for the others.
+// A non-blocking IPv4 UDP socket, bound on all interfaces. Before Create, after Close and when no port
+// could be had, every send fails and every receive finds nothing. One thread at a time may use it;
+// Interrupt is for the others.
 class CAsyncSocket {
  public:
     CAsyncSocket() = default;
@@ -24,7 +25,7 @@ class CAsyncSocket {
     CAsyncSocket& operator=(const CAsyncSocket&) = delete;
 
     // Binds UDP `port` on all interfaces, without sharing it. False when the port is taken or no socket
-    // can be had; the object is then as after Close. Broadcasts are received.
+    // can be had. Broadcasts are received.
     bool Create(uint16_t port);
 
     // As above, and lets the kernel drop what `filter` (classic BPF, run over the UDP header and the
@@ -36,17 +37,20 @@ class CAsyncSocket {
 
     // Takes one waiting datagram: its length (0 for an empty one) and its source, or -1 when none is
     // waiting or the receive fails. A datagram longer than `buffer` is a failed receive and is lost.
-    // `waitUs` (microseconds) above 0 blocks until a datagram or an interrupt comes, but no longer; shortly
-    // after a send it spins first, as the answer of a panel nearby is a matter of microseconds; not for
-    // long when the last spin brought nothing.
+    // `waitUs` (microseconds) above 0 waits for it as AwaitDatagram does, but shortly after a send it spins
+    // first, as the answer of a panel on the same machine is a matter of microseconds; not where the answer
+    // before took longer.
     int ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs);
+
+    // Blocks until a datagram is there or an interrupt comes, but no longer than `waitUs`. It may end
+    // without any of these. Whether a datagram may be there.
+    bool AwaitDatagram(uint32_t waitUs);
 
     // Sends one datagram; its length, or -1.
     int SendTo(std::span<const uint8_t> data, const sockaddr_in& to);
 
-    // From now until Close an Interrupt, by any thread, ends a ReceiveFrom that blocks, or else the next
-    // that would, without a datagram. When there is no descriptor left for that, it does nothing.
-    void AllowInterrupt();
+    // Between Create and Close, ends a wait that blocks, or else the next that would. Any thread may call
+    // it. When there is no descriptor left for that, each wait ends after 10 ms instead.
     void Interrupt();
 
  private:
@@ -54,11 +58,8 @@ class CAsyncSocket {
 
     CDescriptor m_socket;
     CWaker m_waker;
-    static constexpr uint64_t kLongSpinNs = 50'000;
-    static constexpr uint64_t kShortSpinNs = 10'000;
-
-    [[maybe_unused]] uint64_t m_spinNs = kLongSpinNs;
-    [[maybe_unused]] uint64_t m_spinUntil = 0;  // nanoseconds of the monotonic clock
+    [[maybe_unused]] bool m_spins = true;
+    [[maybe_unused]] uint64_t m_sentNs = 0;  // of the monotonic clock
 };
 
 }  // namespace brenholt

@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <ctime>
 #include <new>
 
 namespace brenholt {
@@ -33,16 +32,8 @@ void CEvent::SetEvent() {
     sem_post(&m_events);
 }
 
-void CEvent::Wait(uint32_t milliseconds) {
-    timespec until{};
-    clock_gettime(CLOCK_MONOTONIC, &until);
-    until.tv_sec += milliseconds / 1000;
-    until.tv_nsec += static_cast<long>(milliseconds % 1000) * 1'000'000;
-    if (until.tv_nsec >= 1'000'000'000) {
-        ++until.tv_sec;
-        until.tv_nsec -= 1'000'000'000;
-    }
-    while (sem_clockwait(&m_events, CLOCK_MONOTONIC, &until) != 0 && errno == EINTR) {
+void CEvent::Wait() {
+    while (sem_wait(&m_events) != 0 && errno == EINTR) {
     }
 }
 

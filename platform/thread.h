@@ -14,8 +14,10 @@
 
 namespace brenholt {
 
-// A 32-bit word that several threads store and read whole, without a lock.
-using SharedWord = std::atomic<int32_t>;
+// A word that several threads store and read whole, without a lock.
+template <class T>
+using Shared = std::atomic<T>;
+using SharedWord = Shared<int32_t>;
 
 // A lock that is not recursive. Also works with std::lock_guard.
 class CAPABILITY("mutex") CCriticalSection {
@@ -41,8 +43,8 @@ class SCOPED_CAPABILITY CSingleLock {
     CCriticalSection& m_lock;
 };
 
-// Lets one thread end another's delay early. Each SetEvent ends one Wait, now or to come. It has no
-// owner: a fork in the midst of it leaves the child's usable.
+// What one thread waits for and another reports. Each SetEvent ends one Wait, now or to come. It has
+// no owner: a fork in the midst of it leaves the child's usable.
 class CEvent {
  public:
     CEvent();
@@ -51,8 +53,8 @@ class CEvent {
     CEvent& operator=(const CEvent&) = delete;
 
     void SetEvent();
-    // Blocks until an event, but no longer than `milliseconds`; a signal does not cut it short.
-    void Wait(uint32_t milliseconds);
+    // Blocks until an event; a signal does not end it.
+    void Wait();
 
  private:
     sem_t m_events;

@@ -20,12 +20,14 @@ void CWaker::Wake() {
 }
 
 void CWaker::Clear() {
-    Set(0);
+    if (!Set(0)) {
+        m_timer = -1;
+    }
 }
 
-void CWaker::Set(long nanoseconds) {
+bool CWaker::Set(long nanoseconds) {
     const itimerspec time{{}, {0, nanoseconds}};
-    timerfd_settime(m_timer, 0, &time, nullptr);
+    return timerfd_settime(m_timer, 0, &time, nullptr) == 0;
 }
 
 }  // namespace brenholt

@@ -144,7 +144,7 @@ TEST_F(FolderTest, CancelEndsAStepAndStopEndsTheWalk) {
     };
     const auto usual = answer;
     answer = [&](const std::string& request) {
-        return request.find("p\\a") != std::string::npos ? during([this] { link->m_bCancel = 1; })
+        return request.find("p\\a") != std::string::npos ? during([this] { link->Cancel(); })
                                                          : usual(request);
     };
     EXPECT_EQ(Copy(), 0);
@@ -154,7 +154,7 @@ TEST_F(FolderTest, CancelEndsAStepAndStopEndsTheWalk) {
     listings["p"] = {Page('0', {Record("a"), Record("sub", 0, kFolder)})};
     answer = [&](const std::string& request) {
         return request.find("p\\a") != std::string::npos ? during([this] {
-            link->m_bCancel = 1;
+            link->Cancel();
             link->m_bStop = 1;
         })
                                                          : usual(request);

@@ -55,7 +55,7 @@ TEST_F(QueryTest, IdentityQueryPutsEverythingBack) {
     EXPECT_EQ(ask(), 1);
     EXPECT_EQ(project, u"My line");
     EXPECT_EQ(sent[0], WithNul("Cmd=IP"));
-    wire.At(50'000, [this] { link->m_bCancel = 1; });
+    wire.At(50'000, [this] { link->Cancel(); });
     answerFrom9({});
     EXPECT_EQ(ask(), 0);
 

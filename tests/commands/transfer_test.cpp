@@ -114,7 +114,7 @@ TEST_F(FetchTest, FailureLeavesTheOldFileAndNothingElse) {
     EXPECT_EQ(Fetch(), 0);
     untouched("silent");
     AnswerInTurn({Packet('+', "new")});
-    wire.At(100'000, [this] { link->m_bCancel = 1; });
+    wire.At(100'000, [this] { link->Cancel(); });
     EXPECT_EQ(Fetch(), 0);
     untouched("cancelled");
     AnswerAlways(Packet('+', ""));

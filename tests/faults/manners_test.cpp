@@ -59,7 +59,7 @@ TEST_F(Manners, DescriptorsAreNeitherInheritedNorStandard) {
     std::erase_if(own, [&before](const auto& open) {
         return open.first >= 500 || (open.first > 2 && before.count(open.first) != 0);
     });
-    EXPECT_EQ(own.size(), 4U) << "two sockets, the waker of the one that waits, the folder";
+    EXPECT_EQ(own.size(), 5U) << "two sockets and their wakers, the folder";
     for (const auto& [fd, flags] : own) {
         EXPECT_GT(fd, 2);
         EXPECT_EQ(flags, FD_CLOEXEC);

@@ -141,7 +141,7 @@ TEST_F(ExchangeTest, SlotPassesACommandToTheWorker) {
     link->ServiceOnce();
     EXPECT_EQ(link->m_bPosted, 1) << "nothing starts while a thread waits for a reply";
     g_bInRecv = 0;
-    link->m_bCancel = 1;
+    link->Cancel();
     link->ServiceOnce();
     EXPECT_EQ(sent, std::vector<std::string>{WithNul("Cmd=RMfile")})
         << "a cancel before the run is lost";

@@ -2,6 +2,8 @@
 #include <sys/resource.h>
 
 #include <cstring>
+#include <filesystem>
+#include <map>
 
 #include "tests/support/module_host.h"
 
@@ -17,6 +19,21 @@ double CpuSeconds() {
         return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_usec) / 1e6;
     };
     return seconds(usage.ru_utime) + seconds(usage.ru_stime);
+}
+
+// How often each thread of the process gave up its core of its own will.
+std::map<std::string, long> Rests() {
+    std::map<std::string, long> rests;
+    for (const auto& thread : std::filesystem::directory_iterator("/proc/self/task")) {
+        std::ifstream status(thread.path() / "status");
+        constexpr std::string_view kKey = "voluntary_ctxt_switches:";
+        for (std::string line; std::getline(status, line);) {
+            if (line.starts_with(kKey)) {
+                rests[thread.path()] = std::stol(line.substr(kKey.size()));
+            }
+        }
+    }
+    return rests;
 }
 
 TEST_F(LifetimeTest, BeforeStartNothingGoesAndTheTargetHasItsDefault) {
@@ -56,6 +73,20 @@ TEST_F(LifetimeTest, HeardPanelBecomesTheTarget) {
     EXPECT_EQ(std::u16string(table->GetTargetIp()), u"127.0.0.2");
     EXPECT_EQ(table->UseUnit(u"127.0.0.3"), 0);
     EXPECT_EQ(std::u16string(table->GetTargetIp()), u"127.0.0.2");
+}
+
+TEST_F(LifetimeTest, IdleLinkSleeps) {
+    const auto others = Rests();
+    ASSERT_NE(table->Start(3, 1000, 1), 0);
+    std::this_thread::sleep_for(100ms);  // until both threads rest
+    const auto before = Rests();
+    std::this_thread::sleep_for(5s);
+    long passes = 0;
+    for (const auto& [thread, rests] : Rests()) {
+        passes += others.count(thread) == 0 ? rests - before.at(thread) : 0;
+    }
+    EXPECT_EQ(before.size(), others.size() + 2);
+    EXPECT_LE(passes, 5);
 }
 
 TEST_F(LifetimeTest, SilentWaitCostsNextToNothing) {

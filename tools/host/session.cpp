@@ -13,7 +13,7 @@ namespace host {
 namespace {
 
 constexpr auto kBusyPoll = std::chrono::milliseconds(2);
-constexpr auto kBeaconPoll = std::chrono::milliseconds(50);
+constexpr auto kBeaconPoll = std::chrono::milliseconds(5);
 constexpr auto kCancelPatience = std::chrono::milliseconds(500);
 constexpr int32_t kMaxUnits = 1024;
 

@@ -18,7 +18,8 @@ void VirtualWire::Reset(uint64_t tickMs) {
     m_nowUs = tickMs * 1000;
     m_events = {};
     m_queues.clear();
-    m_interrupted = false;
+    m_interrupted.clear();
+    astray = 0;
     onSend = nullptr;
 }
 
@@ -42,6 +43,43 @@ void VirtualWire::Advance(uint64_t us) {
     m_nowUs = std::max(m_nowUs, until);
 }
 
+void VirtualWire::AdvanceTowards(uint64_t untilUs) {
+    Advance(std::max(std::min(NextUs(), untilUs), m_nowUs) - m_nowUs);
+}
+
+void VirtualWire::Wait(uint64_t untilUs, const std::function<bool()>& ready) {
+    if (turns != nullptr) {
+        turns->Wait(untilUs, ready);
+        return;
+    }
+    while (m_nowUs < untilUs && !ready()) {
+        AdvanceTowards(untilUs);
+    }
+}
+
+namespace {
+
+// A call of the module.
+class Call {
+ public:
+    Call() {
+        if (wire.turns != nullptr) {
+            wire.turns->Enter();
+        }
+    }
+    ~Call() {
+        if (wire.turns != nullptr) {
+            wire.turns->Leave();
+        }
+    }
+    Call(const Call&) = delete;
+    Call& operator=(const Call&) = delete;
+
+    VirtualWire& wire = VirtualWire::Get();
+};
+
+}  // namespace
+
 uint64_t GetMicroseconds() {
     return VirtualWire::Get().NowUs();
 }
@@ -51,7 +89,8 @@ uint32_t GetTickCount() {
 }
 
 void Sleep(uint32_t milliseconds) {
-    VirtualWire::Get().Advance(uint64_t{milliseconds} * 1000);
+    const Call call;
+    call.wire.Wait(call.wire.NowUs() + uint64_t{milliseconds} * 1000, [] { return false; });
 }
 
 bool CAsyncSocket::Create(uint16_t port) {
@@ -59,22 +98,26 @@ bool CAsyncSocket::Create(uint16_t port) {
 }
 
 bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter>) {
-    VirtualWire::Get().m_ports[this] = port;
+    const Call call;
+    call.wire.m_ports[this] = port;
     return true;
 }
 
 void CAsyncSocket::Close() {
-    VirtualWire::Get().m_ports.erase(this);
+    const Call call;
+    call.wire.m_ports.erase(this);
+    call.wire.m_interrupted.erase(this);
 }
 
 int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
-    VirtualWire& wire = VirtualWire::Get();
+    const Call call;
     from = {};
-    const auto port = wire.m_ports.find(this);
-    if (port == wire.m_ports.end()) {
+    const auto port = call.wire.m_ports.find(this);
+    if (port == call.wire.m_ports.end()) {
+        ++call.wire.astray;
         return -1;
     }
-    auto& queue = wire.m_queues[port->second];
+    auto& queue = call.wire.m_queues[port->second];
     if (queue.empty()) {
         return -1;
     }
@@ -91,34 +134,38 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
 }
 
 int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
-    VirtualWire& wire = VirtualWire::Get();
-    wire.Advance(0);
-    int n = TakeDatagram(buffer, from);
-    const uint64_t until = wire.m_nowUs + waitUs;
-    while (n < 0 && wire.m_nowUs < until && !std::exchange(wire.m_interrupted, false)) {
-        const uint64_t next = wire.m_events.empty() ? until : wire.m_events.top().dueUs;
-        wire.Advance(std::min(next, until) - wire.m_nowUs);
-        n = TakeDatagram(buffer, from);
-    }
-    return n;
+    AwaitDatagram(waitUs);
+    return TakeDatagram(buffer, from);
 }
 
-void CAsyncSocket::AllowInterrupt() {
+bool CAsyncSocket::AwaitDatagram(uint32_t waitUs) {
+    const Call call;
+    VirtualWire& wire = call.wire;
+    wire.Advance(0);
+    const auto waiting = [&] {
+        const auto port = wire.m_ports.find(this);
+        return port != wire.m_ports.end() && !wire.m_queues[port->second].empty();
+    };
+    wire.Wait(wire.m_nowUs + waitUs,
+              [&] { return waiting() || wire.m_interrupted.count(this) != 0; });
+    return waiting() || wire.m_interrupted.erase(this) != 0;
 }
 
 void CAsyncSocket::Interrupt() {
-    VirtualWire::Get().m_interrupted = true;
+    const Call call;
+    call.wire.m_interrupted.insert(this);
 }
 
 int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
-    VirtualWire& wire = VirtualWire::Get();
-    const auto port = wire.m_ports.find(this);
-    if (port == wire.m_ports.end()) {
+    const Call call;
+    const auto port = call.wire.m_ports.find(this);
+    if (port == call.wire.m_ports.end()) {
+        ++call.wire.astray;
         return -1;
     }
-    if (wire.onSend) {
-        wire.onSend({inet_ntoa(to.sin_addr.s_addr), ntohs(to.sin_port), port->second,
-                     std::string(data.begin(), data.end())});
+    if (call.wire.onSend) {
+        call.wire.onSend({inet_ntoa(to.sin_addr.s_addr), ntohs(to.sin_port), port->second,
+                          std::string(data.begin(), data.end())});
     }
     return static_cast<int>(data.size());
 }

@@ -1,5 +1,5 @@
 // A clock and a wire whose owner is a test or a fuzz target: link this library in the place of brenholt_wire. Everything
-// happens on one thread, in the order of virtual time, the same on each run.
+// happens in the order of virtual time, the same on each run: on one thread, or on those that take turns.
 #ifndef BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
 #define BRENHOLT_TESTS_SUPPORT_VIRTUAL_NETWORK_VIRTUAL_WIRE_H
 
@@ -7,6 +7,7 @@
 #include <functional>
 #include <map>
 #include <queue>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -23,9 +24,22 @@ struct WireDatagram {
     std::string bytes;
 };
 
+// How several threads share clock and wire.
+class WireTurns {
+ public:
+    virtual ~WireTurns() = default;
+    // Around each call of the module.
+    virtual void Enter() = 0;
+    virtual void Leave() = 0;
+    // Returns at the time `untilUs`, or earlier when `ready` holds.
+    virtual void Wait(uint64_t untilUs, const std::function<bool()>& ready) = 0;
+};
+
 class VirtualWire {
  public:
     static VirtualWire& Get();
+    // Without it there is one thread, and time passes where that waits.
+    WireTurns* turns = nullptr;
 
     // An empty wire at `tickMs`, with nobody listening to what is sent.
     void Reset(uint64_t tickMs = 1'000'000);
@@ -39,6 +53,15 @@ class VirtualWire {
     void At(uint64_t delayUs, std::function<void()> event);
     // Lets time pass.
     void Advance(uint64_t us);
+    // Lets it pass up to the next event, or to `untilUs` if that comes first.
+    void AdvanceTowards(uint64_t untilUs);
+    // When the next event is due; UINT64_MAX without one.
+    uint64_t NextUs() const { return m_events.empty() ? UINT64_MAX : m_events.top().dueUs; }
+    // Blocks the calling thread until then, or until `ready` holds.
+    void Wait(uint64_t untilUs, const std::function<bool()>& ready);
+
+    // Sends and receives on a socket that had no port.
+    size_t astray = 0;
 
  private:
     friend class CAsyncSocket;
@@ -56,7 +79,7 @@ class VirtualWire {
     std::priority_queue<Event, std::vector<Event>, std::greater<>> m_events;
     std::map<uint16_t, std::queue<WireDatagram>> m_queues;
     std::map<const CAsyncSocket*, uint16_t> m_ports;
-    bool m_interrupted = false;  // the wait under way or, without one, the next
+    std::set<const CAsyncSocket*> m_interrupted;  // the wait under way or, without one, the next
 };
 
 }  // namespace brenholt
