@@ -1,7 +1,7 @@
 // The limits of this machine. Of a lock-step transfer: bare datagrams to and fro, and nothing else.
 //   bench_limit serve ADDRESS [DELAY]
 //   bench_limit run|block ADDRESS REQUEST REPLY COUNT [DATA FILE]    prints seconds and CPU seconds
-// The first two bytes of a request tell how long its reply is to be; it goes out DELAY microseconds later. The
+// The first two bytes of a request give the length of its reply; it goes out DELAY microseconds later. The
 // client that runs waits as the link does for a panel on the same machine: a short spin, then poll; the one that
 // blocks never spins. With FILE it stores DATA bytes a round trip there, in blocks as large as the link's: what
 // the machine takes for the memory of a file is then part of the limit.

@@ -55,7 +55,7 @@ class Bench:
         self.local.mkdir()
         self.servers = []
         # A core for the servers and the others for the clients: left to the scheduler, both ends share one
-        # for some time behind a pause, and a round trip takes ten times as long.
+        # for some time after a pause, and a round trip takes ten times as long.
         cores = sorted(os.sched_getaffinity(0))
         self.server_cores, self.client_cores = cores[-1:], cores[:-1] or cores
         os.sched_setaffinity(0, self.client_cores)
@@ -124,7 +124,7 @@ class Bench:
 
     def warm(self, size):
         """Touches that much memory and frees it: a virtual machine that has given free memory back to its
-        host gets it again at a tenth of the speed, which the job that comes first behind a pause would pay.
+        host gets it again at a tenth of the speed, which the job that comes first after a pause would pay.
         Each core keeps what was freed on it."""
         for cores in (self.server_cores, self.client_cores):
             os.sched_setaffinity(0, cores)
@@ -171,7 +171,7 @@ class Bench:
         }
         if size <= 32 * MIB:
             jobs["block direct"] = lambda: self.link("block", "direct", size)
-        # The slow ones come last in a round, so that the others stand close to their limit in time.
+        # The slow ones come last in a round, so that the others run close to their limit in time.
         peers = {
             "fetch curl": lambda: self.peer("curl", "-s", "--tftp-blksize", FETCH_DATA, "-o", "by-curl", f"{at}/f"),
             "fetch atftp": lambda: self.peer("atftp", "--option", f"blksize {FETCH_DATA}", "-g", "-r", "f",

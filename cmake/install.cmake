@@ -4,7 +4,7 @@ include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 set(module_folder ${CMAKE_INSTALL_LIBDIR}/brenholt)
 
-# The host finds the module from where it stands itself: the installed tree may be moved.
+# The host finds the module from its own folder: the installed tree may be moved.
 file(RELATIVE_PATH from_bin_to_module /${CMAKE_INSTALL_BINDIR} /${module_folder})
 target_compile_definitions(brenholt_host PRIVATE BRENHOLT_MODULE_DIR="${from_bin_to_module}")
 
@@ -68,7 +68,7 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_COMPONENTS_ALL runtime dev tools)
 set(CPACK_PACKAGE_CONTACT "The Brenholt maintainers <maintainers@brenholt.example>")
 
-# Each package tells what this version changed, in Debian's form.
+# Each package lists what this version changed, in Debian's form.
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS CHANGELOG.md)
 file(READ CHANGELOG.md changes)
 if(NOT changes MATCHES "\n## ${PROJECT_VERSION} \\(([0-9-]+)\\)\n\n([^#]*)")
@@ -111,7 +111,7 @@ set(CPACK_DEBIAN_TOOLS_DESCRIPTION "Command line for Tavrin operator panels, and
 brenholt finds panels, sends them commands and moves files; tavrin-panel
 simulates panels. A dissector shows Wireshark what they say to each other.")
 
-# What the binaries need of the system is asked of the binaries that stand ready to be packed.
+# What the binaries need of the system is found in the binaries that are about to be packed.
 configure_file(cmake/deb_depends.cmake.in deb_depends.cmake @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_BINARY_DIR}/deb_depends.cmake)
 include(CPack)

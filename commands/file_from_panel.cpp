@@ -27,7 +27,7 @@ constexpr size_t kTimeSize = 8;
 constexpr size_t kHeadSize = kPacketHead;
 constexpr char16_t kLastPacket = u'0';
 
-// A panel may send so many packets in a row that hold no data and are not the last.
+// How many packets in a row a panel may send that hold no data and are not the last.
 constexpr int kMaxEmptyPackets = 1000;
 
 void WriteOffset(std::span<uint8_t, kOffsetDigits> digits, uint32_t offset) {
@@ -36,7 +36,7 @@ void WriteOffset(std::span<uint8_t, kOffsetDigits> digits, uint32_t offset) {
     }
 }
 
-// A new temporary file; deleted by the destructor, where it no longer is after it took its place.
+// A new temporary file. The destructor deletes it, unless Become has renamed it.
 class TempFile {
  public:
     explicit TempFile(const CFolder& folder) : m_folder(folder), m_name(folder.MakeTempFile()) {}
@@ -55,8 +55,8 @@ class TempFile {
         return WriteLocalFile(m_folder, m_name, data, first);
     }
 
-    // Takes the place of `name`, with its time set before: the file appears whole in one step. A
-    // time that is none, or that cannot be set, leaves the one that the writing gave.
+    // Renames the file to `name`, its time set first: it appears there whole, in one step. Without
+    // a valid time, or one that can be set, the time of writing stays.
     bool Become(const std::string& name, FILETIME time) {
         if (const std::optional<time_t> seconds = ToTime(time)) {
             m_folder.SetLastWrite(m_name, *seconds);
@@ -74,14 +74,14 @@ class TempFile {
     bool m_first = true;
 };
 
-// Packets on their way to the temporary file. Most files are small: the whole block is asked for
-// when a file outgrows the first room.
+// Data on its way to the temporary file. Most files are small: the whole block is allocated only
+// for a file that outgrows the first, small one.
 class Staging {
  public:
     explicit Staging(TempFile& file) : m_file(file), m_block(AllocateBlock(m_room)) {}
     explicit operator bool() const { return m_block != nullptr; }
 
-    // Room for the largest reply is kept behind what is staged.
+    // Flushes while there is still room for the data of the largest reply.
     bool Add(std::span<const uint8_t> data) {
         if (m_staged + data.size() > m_room && !Widen()) {
             return false;
@@ -170,8 +170,8 @@ int CTvUdp::CmdUP(const char16_t* remote, const char16_t* local, int async) {
     // Copies: the texts may be the slot's own, which the command overwrites.
     const std::u16string path = remote != nullptr ? remote : u"";
     const std::u16string destination = local != nullptr ? local : u"";
-    if (const Head head = Enter(u"UP00000000", async, remote, local); head != Head::Run) {
-        return head == Head::Posted ? 1 : 0;
+    if (const std::optional<int> early = Enter(u"UP00000000", async, remote, local)) {
+        return *early;
     }
     CommandRun run(*this);
     CFolder folder;

@@ -11,7 +11,7 @@
 namespace brenholt {
 
 // Appends `data` to the file `name` of the folder; with `create` the file is made or emptied first.
-// The file is open only during the call, and shared with nobody. False on any failure.
+// The file is open, and locked, only during the call. False on any failure.
 bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<const uint8_t> data,
                     bool create);
 

@@ -48,12 +48,12 @@ std::optional<RecordWalk::Entry> RecordWalk::Next() {
         return std::nullopt;
     }
     const PanelFileRecord record = ReadRecord(m_rest.first<kRecordSize>());
-    const std::span<const uint8_t> behind = m_rest.subspan(kRecordSize);
-    if (behind.size() < record.byNameLen) {
+    const std::span<const uint8_t> after = m_rest.subspan(kRecordSize);
+    if (after.size() < record.byNameLen) {
         return std::nullopt;
     }
-    m_rest = behind.subspan(record.byNameLen);
-    return Entry{record, UpToNul({reinterpret_cast<const char*>(behind.data()), record.byNameLen})};
+    m_rest = after.subspan(record.byNameLen);
+    return Entry{record, UpToNul({reinterpret_cast<const char*>(after.data()), record.byNameLen})};
 }
 
 }  // namespace brenholt

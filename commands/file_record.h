@@ -33,10 +33,10 @@ struct PanelFileRecord {
 
 void WriteRecord(std::span<uint8_t, kRecordSize> out, const PanelFileRecord& record);
 PanelFileRecord ReadRecord(std::span<const uint8_t, kRecordSize> in);
-// The two time words as they stand on the wire, high word first.
+// The two time words as on the wire, high word first.
 FILETIME ReadTime(std::span<const uint8_t, 2 * sizeof(uint32_t)> in);
 
-// Walks records that stand back to back, each followed by exactly byNameLen bytes of name, and
+// Walks records laid back to back, each followed by exactly byNameLen bytes of name, and
 // never reads outside `area`.
 class RecordWalk {
  public:

@@ -13,6 +13,7 @@
 
 #include "commands/file_record.h"
 #include "commands/reply_words.h"
+#include "commands/send_data.h"
 #include "link/command_run.h"
 #include "link/tv_udp.h"
 #include "platform/memory.h"
@@ -21,7 +22,6 @@
 namespace brenholt {
 namespace {
 
-constexpr size_t kDigitAt = 6;
 constexpr size_t kMaxShortName = 255;
 constexpr uint64_t kMaxSize = 0x7FFFFFFF;
 constexpr ExchangeRules kRules{kWord, kPaceGently, kPaceGently};
@@ -50,8 +50,8 @@ size_t ReadLocalFile(const std::string& path, std::span<uint8_t> buffer, uint64_
 }
 
 int CTvUdp::CmdDL(const char16_t* local, const char16_t* remote, int async) {
-    if (const Head head = Enter(u"DL0", async, remote, local); head != Head::Run) {
-        return head == Head::Posted ? 1 : 0;
+    if (const std::optional<int> early = Enter(u"DL0", async, remote, local)) {
+        return *early;
     }
     CommandRun run(*this);
     const std::optional<CFileStatus> file = GetStatus(local != nullptr ? local : u"");
@@ -70,7 +70,7 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     const PanelFileRecord record{static_cast<uint32_t>(file.m_size), file.m_lastWrite,
                                  file.m_attribute, static_cast<uint8_t>(file.m_szFullName.size())};
     WriteRecord(std::span(m_txBuf).subspan(header).first<kRecordSize>(), record);
-    // Characters may be fewer than bytes: a name too long for its area has no place on the wire.
+    // The area counts characters, which may be fewer than the name's bytes: it does not fit then.
     if (name.size() >= nameArea) {
         return false;
     }
@@ -83,7 +83,6 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
             reply.Bytes().starts_with(kAck) && reply.Marker() == m_txBuf[kDigitAt];
         return acknowledged ? Verdict::Done : Verdict::Again;
     };
-    Reply reply;
     const auto room = static_cast<size_t>(std::min<uint64_t>(file.m_size, kTransferBlock));
     const MemoryBlock memory = AllocateBlock(room);
     if (!memory) {
@@ -91,26 +90,14 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     }
     const std::span<uint8_t> block(memory.get(), room);
     for (uint64_t offset = 0; offset < file.m_size || offset == 0;) {
-        std::span<const uint8_t> rest =
+        const std::span<const uint8_t> data =
             block.first(ReadLocalFile(path, block, offset, file.m_identity));
-        if (rest.empty()) {
+        if (data.empty() || !SendData(prefix, data, kRules, judge)) {
             return false;
         }
-        offset += rest.size();
-        while (!rest.empty()) {
-            const std::span<const uint8_t> slice =
-                rest.first(std::min(kMaxDatagram - prefix, rest.size()));
-            rest = rest.subspan(slice.size());
-            std::copy(slice.begin(), slice.end(), m_txBuf.begin() + static_cast<ptrdiff_t>(prefix));
-            if (Exchange(static_cast<int>(prefix + slice.size()), kRules, judge, reply) !=
-                    Outcome::Done ||
-                Interrupted()) {
-                return false;
-            }
-            m_txBuf[kDigitAt] = NextDigit(m_txBuf[kDigitAt]);
-        }
+        offset += data.size();
     }
-    // A file that was written or replaced behind the last block was not sent as it now is.
+    // A file that was written or replaced after the last block was read was not sent as it now is.
     const std::optional<CFileStatus> now = GetStatus(file.m_szFullName);
     return now && now->m_identity == file.m_identity;
 }

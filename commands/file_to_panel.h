@@ -11,10 +11,9 @@
 
 namespace brenholt {
 
-// Reads up to `buffer.size()` bytes at `offset` of the file; their number. 0 when there are none
-// there, the file cannot be opened or read, or it is no longer in the state that `expected` tells:
-// it was written or replaced meanwhile. The file is open only during the call, and shared with
-// nobody.
+// Reads up to `buffer.size()` bytes at `offset` of the file; gives their number. 0 at the end of the
+// file, when it cannot be opened or read, or when it is no longer the file of `expected`: written or
+// replaced since. The file is open, and locked, only during the call.
 size_t ReadLocalFile(const std::string& path, std::span<uint8_t> buffer, uint64_t offset,
                      const FileIdentity& expected);
 

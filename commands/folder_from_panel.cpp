@@ -1,5 +1,5 @@
 // GF: a panel folder with its subfolders to the host. A composite: the panel sees listings and file
-// fetches only. One failure does not stop the walk, it spoils the result.
+// fetches only. A failure does not stop the walk, but makes the result 0.
 #include <new>
 
 #include "commands/file_record.h"
@@ -12,9 +12,9 @@
 
 namespace brenholt {
 
-// Where a walk stands.
+// The position of a walk.
 struct WalkPlace {
-    const CFolder& folder;  // the host folder of this level; not open where it could not be
+    const CFolder& folder;  // the host folder of this level; not open if that failed
     int depth;              // levels below the first
     int& foldersLeft;       // how many more folders the whole walk may list
 };
@@ -24,7 +24,7 @@ namespace {
 constexpr int kMaxFolderEntries = 1000;
 constexpr uint32_t kDirectory = BRENHOLT_ATTRIBUTE_DIRECTORY;
 
-// A panel can make a tree that never ends; ours are a few levels deep.
+// A faulty panel can list a tree without end; real ones are a few levels deep.
 constexpr int kMaxDepth = 32;
 constexpr int kMaxFolders = 10'000;
 
@@ -38,8 +38,8 @@ std::u16string NormalFolder(std::u16string_view path) {
 int CTvUdp::CmdGF(const char16_t* remote, const char16_t* local, int async) {
     const std::u16string source = remote != nullptr ? remote : u"";
     const std::u16string destination = local != nullptr ? local : u"";
-    if (const Head head = Enter(u"GF", async, remote, local); head != Head::Run) {
-        return head == Head::Posted ? 1 : 0;
+    if (const std::optional<int> early = Enter(u"GF", async, remote, local)) {
+        return *early;
     }
     CommandRun run(*this);
     CFolder folder;
@@ -61,8 +61,8 @@ bool CTvUdp::WalkFolder(const std::u16string& remote, const std::u16string& loca
     BeginCommand(u"DR0", 0, remote.c_str(), nullptr, kMaxFolderEntries, entries.get(), nullptr,
                  nullptr);
     const Listing listing = ListFolder(kMaxFolderEntries, entries.get());
-    // A folder that the panel does not list counts as empty; one that it lists by broken rules, or
-    // of which part is left, does not count as copied.
+    // A folder that the panel does not list counts as empty; one whose listing is malformed or was
+    // cut short does not count as copied.
     bool allOk = listing.end == Listing::Whole || listing.end == Listing::Unanswered;
 
     const std::u16string source = NormalFolder(remote);

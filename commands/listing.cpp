@@ -23,8 +23,8 @@ constexpr ReplyKind kPages{[](const Reply& reply) {
                            WholeKey};
 constexpr ExchangeRules kRules{kPages, kPaceGently};
 
-// Pages that bring nothing, or nothing that the caller has room for: a panel may promise so many
-// more.
+// How many pages a panel may send that announce another one and hold no record, or none that the
+// caller has room for.
 constexpr int kMaxIdlePages = 64;
 
 void Fill(PanelDirEntry& entry, const RecordWalk::Entry& source) {
@@ -88,7 +88,7 @@ Listing CTvUdp::ListOnce(int maxEntries, PanelDirEntry* entries) {
     Reply reply;
     m_account.BeginTransfer();
     for (bool more = true; more;) {
-        const Outcome outcome = Exchange(-1, kRules, judge, reply);
+        const Outcome outcome = Exchange(kHeaderOnly, kRules, judge, reply);
         if (outcome != Outcome::Done || Interrupted()) {
             const bool outOfStep = outcome == Outcome::Refused && m_account.MayBeOutOfStep();
             listing.end = outOfStep ? Listing::OutOfStep : Listing::Unanswered;
@@ -124,7 +124,7 @@ Listing CTvUdp::ListOnce(int maxEntries, PanelDirEntry* entries) {
 
 void CTvUdp::SetTokenDigit(char16_t (*next)(char16_t)) {
     const CSingleLock lock(m_lock);
-    // A host that posts over a running listing has put another token there.
+    // A host that posts a command during a listing has put another token there.
     if (m_slot.m_strCmd.size() > kTokenDigitAt) {
         char16_t& digit = m_slot.m_strCmd[kTokenDigitAt];
         digit = next(digit);
@@ -132,8 +132,8 @@ void CTvUdp::SetTokenDigit(char16_t (*next)(char16_t)) {
 }
 
 int CTvUdp::CmdDR(const char16_t* folder, int maxEntries, PanelDirEntry* entries, int async) {
-    if (Enter(u"DR0", async, folder, nullptr, maxEntries, entries) != Head::Run) {
-        return 0;
+    if (Enter(u"DR0", async, folder, nullptr, maxEntries, entries)) {
+        return 0;  // also when posted: no entries yet
     }
     CommandRun run(*this);
     if (entries == nullptr && maxEntries > 0) {

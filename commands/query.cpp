@@ -1,4 +1,4 @@
-// VS and IP: what the panel says of itself, as text at fixed positions.
+// VS and IP: what the panel says about itself, as text at fixed positions.
 //
 //    VS reply: 0-2 anything, 3-6, 7-10 and 11-14 one hexadecimal word each
 //    IP reply: 0-1 "IP", 3-5 "ARM" or "X86", 7-10 version in hundredths, decimal, 12- project
@@ -53,13 +53,13 @@ class TargetOnLoan {
 }  // namespace
 
 int CTvUdp::CmdVS(uint16_t* a, uint16_t* b, uint16_t* c, int async) {
-    if (const Head head = Enter(u"VS", async, nullptr, nullptr, 0, a, b, c); head != Head::Run) {
-        return head == Head::Posted ? 1 : 0;
+    if (const std::optional<int> early = Enter(u"VS", async, nullptr, nullptr, 0, a, b, c)) {
+        return *early;
     }
     CommandRun run(*this);
     Reply reply;
     const Outcome outcome = Exchange(
-        -1, {kText},
+        kHeaderOnly, {kText},
         [](const Reply& r) {
             return Is(r, kNak) || r.Text().size() < kVersionReplyChars ? Verdict::Failed
                                                                        : Verdict::Done;
@@ -91,7 +91,7 @@ int CTvUdp::CmdIP(const char16_t* address, int /*async*/, std::u16string& projec
     const TargetOnLoan loan(*this, asked);
     Reply reply;
     const Outcome outcome = Exchange(
-        -1, {kText},
+        kHeaderOnly, {kText},
         [](const Reply& r) {
             const std::u16string text = r.Text();
             if (Is(r, kNak) || text.size() < kProjectAt) {

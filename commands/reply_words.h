@@ -21,7 +21,7 @@ inline bool IsNoCase(const Reply& reply, std::string_view word) {
     return EqualNoCase(reply.Bytes(), word);
 }
 
-// What a panel can answer to any request is that it refuses it.
+// A panel may answer any request with a refusal.
 inline bool FitsWord(const Reply& reply) {
     return reply.Bytes().size() < kTextChars && reply.Datagram().size() < kPacketHead;
 }

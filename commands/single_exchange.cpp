@@ -6,13 +6,13 @@
 namespace brenholt {
 
 int CTvUdp::RunText(std::u16string_view token, const char16_t* arg, int async, bool needsAck) {
-    if (const Head head = Enter(token, async, arg); head != Head::Run) {
-        return head == Head::Posted ? 1 : 0;
+    if (const std::optional<int> early = Enter(token, async, arg)) {
+        return *early;
     }
     CommandRun run(*this);
     Reply reply;
     const Outcome outcome = Exchange(
-        -1, {kWordOnce},
+        kHeaderOnly, {kWordOnce},
         [needsAck](const Reply& r) {
             return !needsAck || Is(r, kAck) ? Verdict::Done : Verdict::Failed;
         },

@@ -14,7 +14,7 @@ class CTvUdp;
 
 // Merges the panels heard ("Auto") and the addresses of the user's list ("Manual"). Set m_pLink and
 // m_strIp, then call DoModal: with IDOK m_strIp, m_strProject, m_wVersion and m_wCpu describe the
-// chosen row; with anything else they mean nothing. The rows follow the listener only on Refresh.
+// chosen row; otherwise they are meaningless. The rows follow the listener only on Refresh.
 class CDlgSearchTg : public CDialog {
  public:
     CDlgSearchTg();

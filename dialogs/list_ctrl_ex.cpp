@@ -50,7 +50,7 @@ void CListCtrlEx::DrawCell(DRAWITEMSTRUCT& request, int column, RECT cell) const
                              ILD_TRANSPARENT);
         x += kUnitImageWidth;
         cell.left += kUnitImageWidth;
-        // The focus frame starts behind the icon.
+        // The focus frame starts to the right of the icon.
         request.rcItem.left = cell.left;
     }
     dc.ExtTextOutW(x, cell.top + kTextMargin, ETO_OPAQUE | ETO_CLIPPED, cell, text);

@@ -21,7 +21,7 @@ class CListCtrlEx : public CListCtrl {
     void DrawCell(DRAWITEMSTRUCT& request, int column, RECT cell) const;
 };
 
-// Shortens `text` so that, with "..." behind it, it takes no more than `width` less 4 pixels; it
+// Shortens `text` so that, with "..." appended, it takes no more than `width` less 4 pixels; it
 // stays whole if it fits, if not even "..." does, or if `width` is below 4.
 void FitText(CDC& dc, std::u16string& text, int width);
 

@@ -40,32 +40,32 @@ constexpr int kNoStretch = -1;
 
 constexpr ControlTemplate Button(int id, std::u16string_view caption, int x, int y, int cx,
                                  uint32_t anchors, uint32_t style = 0) {
-    return {id, PushButton, caption, x, y, cx, 14, style, 0, anchors, kNoStretch};
+    return {id, PushButton, caption, x, y, cx, 14, style, anchors, kNoStretch};
 }
 
 constexpr ControlTemplate kSearchControls[] = {
     Button(IDOK, u"OK", 215, 179, 45, kLowerRight, BS_DEFPUSHBUTTON),
-    {IDC_SEARCH_LIST, ListControl, u"Tavrin units", 7, 7, 253, 124, kListStyle, WS_EX_STATICEDGE,
-     kAllSides, kProjectColumn},
+    {IDC_SEARCH_LIST, ListControl, u"Tavrin units", 7, 7, 253, 124, kListStyle, kAllSides,
+     kProjectColumn},
     Button(IDC_SEARCH_REFRESH, u"Refresh", 7, 179, 45, kLowerLeft),
     Button(IDC_SEARCH_TEST, u"Test", 54, 179, 45, kLowerLeft),
-    {IDC_SEARCH_NOTE, EditBox, u"Details", 7, 139, 253, 35, kNoteStyle | ES_AUTOVSCROLL,
-     WS_EX_STATICEDGE, kBottom, kNoStretch},
+    {IDC_SEARCH_NOTE, EditBox, u"Details", 7, 139, 253, 35, kNoteStyle | ES_AUTOVSCROLL, kBottom,
+     kNoStretch},
     Button(IDC_SEARCH_INSERT, u"Insert", 101, 179, 45, kLowerLeft),
     Button(IDC_SEARCH_DELETE, u"Delete", 148, 179, 45, kLowerLeft, BS_DELETEKEY),
 };
 
 constexpr ControlTemplate kTargetControls[] = {
     Button(IDOK, u"OK", 171, 46, 45, kUpperLeft, BS_DEFPUSHBUTTON),
-    {IDC_TARGET_IP, IpAddress, u"IP address", 7, 46, 114, 14, 0, 0, kUpperLeft, kNoStretch},
+    {IDC_TARGET_IP, IpAddress, u"IP address", 7, 46, 114, 14, 0, kUpperLeft, kNoStretch},
     Button(IDC_TARGET_CONNECT, u"Connect", 124, 46, 45, kUpperLeft),
-    {IDC_TARGET_NOTE, EditBox, u"Details", 7, 7, 209, 34, kNoteStyle | ES_WANTRETURN,
-     WS_EX_STATICEDGE, kUpperLeft, kNoStretch},
+    {IDC_TARGET_NOTE, EditBox, u"Details", 7, 7, 209, 34, kNoteStyle | ES_WANTRETURN, kUpperLeft,
+     kNoStretch},
 };
 
 constexpr ControlTemplate kPickerControls[] = {
     {IDC_PICKER_LIST, ListControl, u"Tavrin units", 7, 7, 183, 111, kListStyle | LVS_OWNERDRAWFIXED,
-     WS_BORDER | WS_EX_CLIENTEDGE, kAllSides, kProjectColumn},
+     kAllSides, kProjectColumn},
     Button(IDOK, u"OK", 7, 129, 50, kLowerLeft, BS_DEFPUSHBUTTON),
     Button(IDC_PICKER_REFRESH, u"Refresh", 73, 129, 50, kLowerLeft),
     Button(IDCANCEL, u"Cancel", 139, 129, 50, kLowerRight),

@@ -1,4 +1,4 @@
-// Panels as rows of a list, and the records behind the rows.
+// Panels as rows of a list, and the records of those rows.
 #ifndef BRENHOLT_DIALOGS_UNIT_ROWS_H
 #define BRENHOLT_DIALOGS_UNIT_ROWS_H
 
@@ -11,7 +11,7 @@
 
 namespace brenholt {
 
-// The record behind one row.
+// The record of one row.
 struct UnitRowData {
     int32_t nVersion = 0;  // hundredths; 0 while nothing is known
     int32_t nCpu = kCpuUnknown;
@@ -20,7 +20,7 @@ struct UnitRowData {
 // Columns of every list of panels.
 enum : int { kColumnIp, kColumnProject, kColumnPort, kColumnSearch };
 
-// Fills a list that the dialog has. A row holds copies only, never a pointer to a unit; its record
+// Fills a list of a dialog. A row holds copies only, never a pointer to a unit; its record
 // is its item data, owned here from Add until the row goes or the object does.
 class UnitRows {
  public:
@@ -28,10 +28,10 @@ class UnitRows {
 
     // Adds a column with a heading from the string table, centred.
     void InsertColumn(int headingId, int width);
-    // Gives the rows their icon, and gives it.
+    // Sets the icon of the rows, and gives it.
     const CImageList& CreateIcon();
 
-    // Adds a row behind the last one: icon, address, project and port of `unit`. Gives its index.
+    // Adds a row after the last one: icon, address, project and port of `unit`. Gives its index.
     int Add(const CTavrinUnit& unit);
     void Remove(int row);
     // Also drops the records.

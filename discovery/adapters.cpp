@@ -1,5 +1,4 @@
-// The snapshot of the host's adapters, and the question whether an address lies on one of their
-// networks.
+// The snapshot of the host's adapters, and whether an address is on one of their networks.
 #include "platform/adapters.h"
 
 #include <netinet/in.h>

@@ -1,4 +1,4 @@
-// The beacon datagram: how it is told from everything else.
+// The beacon datagram: how it is recognised.
 #ifndef BRENHOLT_DISCOVERY_BEACON_H
 #define BRENHOLT_DISCOVERY_BEACON_H
 
@@ -9,13 +9,11 @@
 
 namespace brenholt {
 
-// The first 17 bytes of a beacon, in either case.
+// The first 17 bytes of a beacon, case ignored.
 inline constexpr std::string_view kGreeting = "Is there anybody ";
-inline constexpr size_t kMaxBeacon = 1400;
 
-// A classic BPF program for a UDP socket: passes datagrams of 17 to 1400 bytes that begin with the
-// greeting, in either case; the rest never queues, so that a flood of other datagrams cannot push
-// beacons out.
+// A classic BPF program for a UDP socket: passes datagrams of 17 to kMaxDatagram bytes that begin with the
+// greeting, case ignored; no other is queued, so that a flood of them cannot push beacons out.
 std::span<const sock_filter> BeaconFilter();
 
 }  // namespace brenholt

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "discovery/beacon.h"
+#include "discovery/datagram.h"
 
 namespace brenholt {
 namespace {
@@ -11,7 +12,7 @@ constexpr uint32_t kUdpHeader = 8;  // the program sees the datagram from its UD
 constexpr size_t kWords = kGreeting.size() / 4;
 static_assert(kGreeting.size() == 4 * kWords + 1, "the greeting is whole words and one blank");
 
-// Two tests of the length, three instructions a word, two for the last byte, two returns.
+// Two tests of the length, three instructions per word, two for the last byte, two returns.
 constexpr size_t kInstructions = 3 + 3 * kWords + 2 + 2;
 constexpr size_t kDrop = kInstructions - 1;
 
@@ -53,7 +54,7 @@ constexpr std::array<sock_filter, kInstructions> MakeFilter() {
     };
     add(BPF_LD | BPF_W | BPF_LEN, 0);
     dropUnless(BPF_JGE, kUdpHeader + kGreeting.size());
-    dropIf(BPF_JGT, kUdpHeader + kMaxBeacon);
+    dropIf(BPF_JGT, kUdpHeader + kMaxDatagram);
     for (uint32_t byte = 0; byte < 4 * kWords; byte += 4) {
         add(BPF_LD | BPF_W | BPF_ABS, kUdpHeader + byte);
         add(BPF_ALU | BPF_AND | BPF_K, Word(byte, CaseMask));

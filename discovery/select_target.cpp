@@ -1,4 +1,4 @@
-// The door to the search dialog.
+// Opens the search dialog.
 #include "dialogs/dlg_search_tg.h"
 #include "link/tv_udp.h"
 
@@ -27,7 +27,7 @@ class Turn {
 }  // namespace
 
 int CTvUdp::SelectTarget(int /*reserved*/) {
-    // The list of an open dialog is not to change under it.
+    // The list of an open dialog must not change under it.
     const Turn turn(m_bSelecting);
     if (m_bStopped != 0 || !turn.IsOurs()) {
         return 0;

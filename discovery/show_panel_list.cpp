@@ -1,4 +1,4 @@
-// The door to the panel picker.
+// Opens the panel picker.
 #include "dialogs/resources.h"
 #include "dialogs/text_format.h"
 #include "dialogs/tv_list_dlg.h"

@@ -5,7 +5,7 @@
 namespace brenholt {
 namespace {
 
-// What a running command gets to notice its cancel before its target changes.
+// How long a running command has to notice its cancel before its target changes.
 constexpr uint32_t kCancelGraceMs = 1000;
 
 }  // namespace

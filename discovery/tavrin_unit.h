@@ -8,7 +8,7 @@
 
 namespace brenholt {
 
-// Processor kinds, as they stand in m_nCpu and m_nTargetCpu.
+// Processor kinds, the values of m_nCpu and m_nTargetCpu.
 enum : int32_t { kCpuUnknown = -1, kCpuArm = 0, kCpuX86 = 1 };
 
 class CTavrinUnit {
@@ -18,12 +18,12 @@ class CTavrinUnit {
 
     // Takes project, processor kind and version from a beacon's descriptor text,
     // "<project>_<ARM|X86>_<dddd>" with the version in hundredths. It is read from its end, so that the
-    // project may hold underscores. Never fails: a malformed text leaves what the fixed positions give.
+    // project may hold underscores. Never fails: of a malformed text it takes what is at those positions.
     // The caller holds the lock that guards the unit.
     void ParseDescriptor(std::u16string_view text);
 
     std::u16string m_strProject;
-    uint32_t m_dwLastSeen = 0;  // tick of the last beacon; the listener's own
+    uint32_t m_dwLastSeen = 0;  // tick of the last beacon; for the listener only
     std::u16string m_strIp;     // dotted decimal; the key in both lists
     int32_t m_nPort;            // source port of the first beacon, or kUserUnitPort
     int32_t m_nVersion = 0;     // hundredths

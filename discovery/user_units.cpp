@@ -1,6 +1,6 @@
-// The user's own list of panels, and its file: one address a line in the system code page, CR LF
-// behind each. Any of CR, LF and CR LF ends a line when it is read; text behind the last one does
-// not count.
+// The user's own list of panels, and its file: one address a line in the system code page, each
+// ended by CR LF. Any of CR, LF and CR LF ends a line when it is read; text after the last one is
+// ignored.
 #include <algorithm>
 #include <array>
 
@@ -19,7 +19,7 @@ std::string_view AsBytes(std::span<const uint8_t> data) {
     return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
-// Calls `take` with each line of `file`, as long as it is at the start, that is not empty.
+// Calls `take` with each non-empty line of `file`. What is appended meanwhile is not read.
 template <class Take>
 void ForEachLine(CFile& file, Take take) {
     std::array<uint8_t, 4096> buffer;

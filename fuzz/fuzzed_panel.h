@@ -7,7 +7,7 @@
 //         1      2  length, lower byte first
 //         3      -  the datagram
 //
-// Behind the input's end the panel is silent.
+// After the input's end the panel is silent.
 #ifndef BRENHOLT_FUZZ_FUZZED_PANEL_H
 #define BRENHOLT_FUZZ_FUZZED_PANEL_H
 

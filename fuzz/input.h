@@ -20,7 +20,7 @@ inline void Require(bool holds, const char* invariant) {
     }
 }
 
-// Takes an input piece by piece; zeros and empty texts behind its end.
+// Takes an input piece by piece; zeros and empty texts past its end.
 class FuzzInput {
  public:
     FuzzInput(const uint8_t* data, size_t size)
@@ -41,7 +41,6 @@ class FuzzInput {
         const size_t low = Byte();
         return Text(low + 256U * Byte());
     }
-    std::string Rest() { return Text(m_rest.size()); }
 
  private:
     std::string m_rest;

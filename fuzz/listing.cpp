@@ -18,9 +18,9 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         const char(&name)[260] = entries[static_cast<size_t>(i)].szName;
         Require(std::memchr(name, 0, 256) != nullptr, "a name ends in its field");
     }
-    const auto* behind = reinterpret_cast<const char*>(&entries.back());
-    Require(static_cast<size_t>(std::count(behind, behind + sizeof(PanelDirEntry), 'x')) ==
+    const auto* after = reinterpret_cast<const char*>(&entries.back());
+    Require(static_cast<size_t>(std::count(after, after + sizeof(PanelDirEntry), 'x')) ==
                 sizeof(PanelDirEntry),
-            "nothing is written behind the room");
+            "nothing is written past the room");
     return 0;
 }

@@ -89,17 +89,17 @@ void CTvUdp::EndCommand(int result) {
     m_bBusy = 0;
 }
 
-CTvUdp::Head CTvUdp::Enter(std::u16string_view token, int async, const char16_t* arg1,
-                           const char16_t* arg2, int nArg, void* p1, void* p2, void* p3) {
+std::optional<int> CTvUdp::Enter(std::u16string_view token, int async, const char16_t* arg1,
+                                 const char16_t* arg2, int nArg, void* p1, void* p2, void* p3) {
     if (!m_strTargetIp.GetRoute().given) {
-        return Head::Refused;
+        return 0;
     }
     BeginCommand(token, async, arg1, arg2, nArg, p1, p2, p3);
     if (async == 0) {
-        return Head::Run;
+        return std::nullopt;
     }
     WakeWorker();
-    return Head::Posted;
+    return 1;
 }
 
 void CTvUdp::WakeWorker() {

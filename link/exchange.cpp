@@ -49,7 +49,7 @@ int CTvUdp::BuildHeader() {
 
 int CTvUdp::SendPacket(int length) {
     const Route route = m_strTargetIp.GetRoute();
-    if (route.sendable && length < 0) {
+    if (route.sendable && length == kHeaderOnly) {
         length = BuildHeader();
     }
     if (!route.sendable || length == 0) {

@@ -48,6 +48,9 @@ struct ExchangeRules {
     bool paced = false;              // sleeps m_nPaceMs before each send
 };
 
+// As the length of a request: its header, built anew for each send, and nothing after it.
+inline constexpr int kHeaderOnly = -1;
+
 // The packet counter of a transfer, as a digit: 0, 1 to 9, 1 again. '0' marks the first packet
 // only.
 template <class Char>

@@ -9,9 +9,9 @@
 #include <string>
 #include <string_view>
 
-namespace brenholt {
+#include "discovery/datagram.h"
 
-inline constexpr size_t kMaxDatagram = 1400;  // bytes, both ways
+namespace brenholt {
 
 // A view of the receive buffer, good until the next receive.
 class Reply {

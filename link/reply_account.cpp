@@ -57,6 +57,13 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     const uint64_t latency = now - m_sends.back();
     const bool repeat = m_last.Is(reply);
     const bool known = repeat && m_known == m_now.kind->key(reply);
+    // Nothing that a slow panel still owes comes so soon after a lone request.
+    // Nothing that a slow panel still owes comes so soon after a lone request.
+    if (latency > 2 * m_speed->usualUs + kSlackUs) {
+        m_speed->slowed = m_speed->usualUs != 0;
+    } else if (m_sends.size() == 1) {
+        m_speed->slowed = false;
+    }
     const bool early = IsFast() && latency < m_speed->usualUs * 3 / 4;
     // A duplicate follows its original closely. What is known to repeat is no sign of one, unless it
     // comes too early; nor is what is new, but at the start, where it may be the last command's.
@@ -173,8 +180,14 @@ void ReplyAccount::End(const Reply* answer) {
             {m_now.address, m_now.kind, Hash(m_now.datagram), key, sent, sent + took});
     }
     if (answer != nullptr) {
+        // Only a lone request whose answer nothing else explains tells how fast the panel is.
         uint64_t& usual = m_speed->usualUs;
-        usual = m_speed->answers++ == 0 ? latency : std::min(latency, usual + usual / 8 + 1);
+        if (usual == 0) {
+            usual = latency;
+        } else if (m_sends.size() == 1 && m_now.heard == 0) {
+            usual = std::min(latency, usual + usual / 8 + 1);
+        }
+        ++m_speed->answers;
         if (m_last.Is(*answer)) {
             m_known = m_now.kind->key(*answer);
         }
@@ -203,7 +216,8 @@ bool ReplyAccount::IsPrompt(uint64_t at) const {
 uint64_t ReplyAccount::MomentUs(uint64_t slackUs) const {
     const uint64_t usual = m_speed->usualUs != 0 ? m_speed->usualUs : m_now.guessUs;
     const uint64_t most = m_now.timeoutUs / 4;
-    return usual != 0 ? std::min(2 * usual + slackUs, most) : most;
+    const bool known = usual != 0 && !m_speed->slowed;
+    return known ? std::min(2 * usual + slackUs, most) : most;
 }
 
 }  // namespace brenholt

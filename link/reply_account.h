@@ -74,6 +74,7 @@ class ReplyAccount {
     struct Speed {
         uint64_t usualUs = 0;  // the fastest answer lately; 0 while none is known
         uint64_t answers = 0;
+        bool slowed = false;  // replies took longer since one came as fast to a lone request
     };
     struct Request {
         uint32_t address = 0;
@@ -95,7 +96,7 @@ class ReplyAccount {
         Debt* unpaid = nullptr;  // the oldest of those that no other reply has paid
     };
     Others Explain(const Reply& reply);
-    bool IsFast() const { return m_speed->usualUs <= m_now.timeoutUs / 8; }
+    bool IsFast() const { return !m_speed->slowed && m_speed->usualUs <= m_now.timeoutUs / 8; }
     bool IsPrompt(uint64_t at) const;
     uint64_t MomentUs(uint64_t slackUs) const;
 

@@ -85,9 +85,9 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     // Writes "Cmd=", token, first argument and a NUL into m_txBuf; gives their length in bytes, or
     // 0 when token or argument exceed 255 bytes in the system code page.
     int BuildHeader();
-    // Sends the first `length` bytes of m_txBuf to the target; below 0: builds the header and sends
-    // just that. Gives the number of bytes, 0 when nothing could be sent (header or address text too
-    // long); a send that fails on the network is not noticed.
+    // Sends the first `length` bytes of m_txBuf to the target; kHeaderOnly: builds the header and
+    // sends just that. Gives the number of bytes, 0 when nothing could be sent (header or address
+    // text too long); a send that fails on the network is not noticed.
     int SendPacket(int length);
     // Waits for one reply from the target until `untilUs`, a time of GetMicroseconds. 1 with the
     // reply, 0 when the time has come, on cancel, on a datagram from another port of the target,
@@ -191,11 +191,11 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     std::list<std::unique_ptr<CTavrinUnit>> m_listUserUnits;
 
  private:
-    // What the head of a command decided.
-    enum class Head { Refused, Posted, Run };
-    Head Enter(std::u16string_view token, int async, const char16_t* arg1,
-               const char16_t* arg2 = nullptr, int nArg = 0, void* p1 = nullptr, void* p2 = nullptr,
-               void* p3 = nullptr);
+    // The head of every command but CmdIP. Gives the command's early result, 0 without a target or
+    // 1 when posted; nothing when the caller is to run it.
+    std::optional<int> Enter(std::u16string_view token, int async, const char16_t* arg1,
+                             const char16_t* arg2 = nullptr, int nArg = 0, void* p1 = nullptr,
+                             void* p2 = nullptr, void* p3 = nullptr);
     void RaisePace(PaceRule rule);
     uint64_t TimeoutUs() const {
         return uint64_t{static_cast<uint32_t>(m_nTimeoutMs.load())} * 1000;
@@ -210,6 +210,10 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     bool FetchFile(std::u16string_view remote, const CFolder& folder);
     std::optional<bool> FetchOnce(std::u16string_view remote, const CFolder& folder);
     bool SendFile(const CFileStatus& file);
+    // Sends `data` in datagrams, one after the other, each after the first `prefix` bytes of m_txBuf.
+    // Whether all were acknowledged.
+    bool SendData(size_t prefix, std::span<const uint8_t> data, const ExchangeRules& rules,
+                  const Judge& judge);
     bool WalkFolder(const std::u16string& remote, const std::u16string& local,
                     const WalkPlace& place);
     // Adds a copy unless the address is in the list already: the number of entries, or 0.

@@ -17,8 +17,8 @@ struct IP_ADAPTER_INFO {
     std::string Gateway = "0.0.0.0";    // first gateway of the main routing table
 };
 
-// All adapters in the kernel's order, the loopback one included. Nothing when the kernel does not
-// tell.
+// All adapters in the kernel's order, the loopback one included. Nothing when the kernel gives
+// none.
 std::optional<std::vector<IP_ADAPTER_INFO>> GetAdaptersInfo();
 
 }  // namespace brenholt

@@ -9,7 +9,7 @@
 namespace brenholt {
 
 // Dotted text to an address in network byte order: four decimal, octal (0..) or hexadecimal (0x..)
-// numbers, or fewer with the last one filling the rest. All ones for text that is no address.
+// numbers, or fewer with the last one filling the rest. All ones for text that is not an address.
 uint32_t inet_addr(std::string_view text);
 
 // An address in network byte order as dotted decimal text.

@@ -12,7 +12,7 @@ uint32_t GetTickCount();
 // Microseconds of the same clock. They do not wrap.
 uint64_t GetMicroseconds();
 
-// Blocks the calling thread for at least `milliseconds`; 0 returns at once. Signals don't cut it short.
+// Blocks the calling thread for at least `milliseconds`; 0 returns at once. Signals do not cut it short.
 void Sleep(uint32_t milliseconds);
 
 }  // namespace brenholt

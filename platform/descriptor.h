@@ -7,7 +7,7 @@
 
 namespace brenholt {
 
-// The result of a system call, made again for as long as a signal interrupts it.
+// The result of a system call, repeated for as long as a signal interrupts it.
 template <class Call>
 auto Uninterrupted(Call call) {
     auto result = call();
@@ -23,7 +23,7 @@ class CDescriptor {
     CDescriptor() = default;
     // Takes `fd` over, which may be -1. A descriptor among the standard three is moved above them (the
     // host may have closed those, and would then write its messages into our file); close-on-exec is
-    // kept. When there is no room to move it, it is closed and the object is empty.
+    // kept. When no other descriptor is free, it is closed and the object is empty.
     explicit CDescriptor(int fd);
     CDescriptor(CDescriptor&& other) noexcept : m_fd(std::exchange(other.m_fd, -1)) {}
     CDescriptor& operator=(CDescriptor&& other) noexcept;

@@ -49,7 +49,7 @@ bool CFile::OpenAt(int folder, const std::string& name, Mode mode) {
     flags |= mode == modeCreate ? O_CREAT : 0;
     flags |= folder != AT_FDCWD ? O_NOFOLLOW : 0;
     CDescriptor fd(Uninterrupted([&] { return openat(folder, name.c_str(), flags, 0666); }));
-    // A network file system may know no lock of this kind: only another's lock refuses.
+    // A network file system may lack such locks: only a lock that is held elsewhere refuses.
     if (!fd || (flock(fd.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) {
         return false;
     }
@@ -112,7 +112,7 @@ void CFile::Write(std::span<const uint8_t> data) {
     }
 }
 
-// The lock is the open file's, which a forked child may hold open for longer than we do.
+// The lock belongs to the open file, which a forked child may keep open for longer than we do.
 void CFile::Unlock() {
     if (m_fd) {
         flock(m_fd.Get(), LOCK_UN);
@@ -121,7 +121,7 @@ void CFile::Unlock() {
 
 void CFile::Close() {
     Unlock();
-    // The descriptor is gone whatever close gives; EINTR, too, comes after the fact.
+    // The descriptor is closed whatever the call returns, EINTR included.
     const int fd = m_fd.Release();
     if (fd >= 0 && close(fd) != 0 && errno != EINTR) {
         throw CFileException();

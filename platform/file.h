@@ -20,7 +20,7 @@ class CFileException : public std::exception {
     const char* what() const noexcept override { return "file operation failed"; }
 };
 
-// Which file, and in what state: two equal values mean that nothing was written or replaced between.
+// Which file, and in what state: two equal values mean that nothing was written or replaced in between.
 struct FileIdentity {
     uint64_t device = 0;
     uint64_t file = 0;
@@ -30,8 +30,8 @@ struct FileIdentity {
     bool operator==(const FileIdentity& other) const;
 };
 
-// A regular file, open and locked: while it is, nobody else's CFile can open it, in this process or
-// another, but on a file system without such locks. Closed by its destructor.
+// A regular file, open and locked: no other CFile can open it meanwhile, in this process or another,
+// except on a file system without such locks. Closed by its destructor.
 class CFile {
  public:
     CFile() = default;
@@ -45,7 +45,7 @@ class CFile {
         modeCreate,  // for writing, made if it is missing; emptied once the lock is held
     };
 
-    // False when there is no such file, it is no regular file (a FIFO or device is never waited for), it
+    // False when there is no such file, it is not a regular file (a FIFO or device is never waited for), it
     // may not be opened that way, or it is open elsewhere. `path` as DiskPath gives it.
     bool Open(const std::string& path, Mode mode);
     // The same for the file `name` of a held folder. A link is not followed.
@@ -70,7 +70,7 @@ class CFile {
     CDescriptor m_fd;
 };
 
-// What CFile::GetStatus and CFileFind tell of a file.
+// What GetStatus finds out about a file.
 struct CFileStatus {
     uint64_t m_size = 0;
     uint8_t m_attribute = 0;      // 0x01 read-only, 0x02 hidden, 0x10 directory, 0x20 archive

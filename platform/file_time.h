@@ -17,7 +17,7 @@ struct FILETIME {
 FILETIME FileTimeFrom(const timespec& time);
 
 // Whole seconds since 1970, the fraction dropped. Nothing for a time that the platform refuses (2^63
-// units or more) or whose local year is below 1900: such a time is no time.
+// units or more) or whose local year is below 1900: such a time counts as none.
 std::optional<time_t> ToTime(FILETIME time);
 
 }  // namespace brenholt

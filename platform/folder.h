@@ -1,5 +1,5 @@
-// A folder of the host, held open: what is done in it stays in it, also when its path or a name in it is
-// swapped for a link meanwhile.
+// A folder of the host, held open: what is done in it stays in it, even when its path or a name in it is
+// swapped for a link in the meantime.
 #ifndef BRENHOLT_PLATFORM_FOLDER_H
 #define BRENHOLT_PLATFORM_FOLDER_H
 
@@ -14,10 +14,10 @@ namespace brenholt {
 // Names are 8-bit text, one component each (IsPlainName). No operation follows a link.
 class CFolder {
  public:
-    // Opens the folder that the host named (an empty text names the root). False when it cannot be.
+    // Opens the folder that the host named (an empty text names the root). False when that fails.
     bool Open(std::u16string_view path);
     // Opens the folder `name` in `parent`, made if it is missing (CreateDirectoryW). False when it
-    // cannot be made, or is no folder; a link to one is none.
+    // cannot be made, or is not a folder; a link to one is not.
     bool OpenChild(const CFolder& parent, const std::string& name);
 
     int Get() const { return m_fd.Get(); }
@@ -30,7 +30,7 @@ class CFolder {
     bool SetLastWrite(const std::string& name, time_t time) const;
 
     // Puts the file `from` in the place of `to` in one step: at any moment `to` is the old file or the
-    // new one, whole. False when it cannot be (a folder of that name, for instance); both stay then.
+    // new one, whole. False when that fails (a folder has that name, for instance), and both are as before.
     bool Replace(const std::string& from, const std::string& to) const;
 
     // DeleteFileW: deletes the file, if it is there.

@@ -1,4 +1,4 @@
-// Memory for what passes through in large blocks.
+// Memory for data that is moved in large blocks.
 #ifndef BRENHOLT_PLATFORM_MEMORY_H
 #define BRENHOLT_PLATFORM_MEMORY_H
 
@@ -14,7 +14,7 @@ struct MemoryFree {
 };
 using MemoryBlock = std::unique_ptr<uint8_t[], MemoryFree>;
 
-// `size` bytes, unwritten; null when there is no memory. A large block lies on huge pages where the
+// `size` bytes, not initialised; null when there is no memory. A large block lies on huge pages where the
 // system has them: the first touch of an ordinary page can cost as much as a datagram.
 MemoryBlock AllocateBlock(size_t size);
 

@@ -8,7 +8,7 @@
 
 namespace brenholt {
 
-// Start, stop and abandon it on one thread at a time; any thread may look at its words.
+// Start, stop and abandon it on one thread at a time; any thread may read its flags.
 class CPassWorker {
  public:
     SharedWord m_bStop{1};     // asks the worker to end
@@ -50,7 +50,7 @@ class CPassWorker {
             m_worker.reset();
         }
     }
-    // In a forked child, where the thread is not.
+    // In a forked child, which does not have the thread.
     void AbandonWorker() {
         m_bStop = 1;
         m_bStopped = 1;

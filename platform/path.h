@@ -10,19 +10,20 @@ namespace brenholt {
 // The path as the disk takes it: 8-bit text, every separator a '/'.
 std::string DiskPath(std::u16string_view path);
 
-// The path in the module's own form: every '/' becomes '\', and one '\' stands at the end (the text
-// "\" for an empty one).
+// The path in the module's own form: every '/' becomes '\', and it ends in '\' (an empty path
+// becomes "\").
 std::u16string FolderPath(std::u16string_view path);
 
-// What stands behind the last separator; the whole text without one.
+// The part after the last separator; the whole text without one.
 std::u16string_view LastComponent(std::u16string_view path);
 
 // The rule for names that come from a panel: whether `name` is one component that stays in its folder.
-// Not empty, not "." or "..", no separator of either kind and no NUL, nor what WideCharToMultiByte makes
-// one of. Text, not bytes: in some code pages a letter's second byte is that of a separator.
+// Not empty, not "." or "..", no separator of either kind and no NUL, nor a character that
+// WideCharToMultiByte turns into one. Text, not bytes: in some code pages a letter's second byte is that of
+// a separator.
 bool IsPlainName(std::u16string_view name);
 
-// A name from a panel as text. WideCharToMultiByte gives its bytes back unchanged, also where they are
+// A name from a panel as text. WideCharToMultiByte gives its bytes back unchanged, even where they are
 // not valid in the code page or spell a letter in a way that the code page would not.
 std::u16string WidenName(std::string_view name);
 

@@ -20,7 +20,7 @@ std::string WideCharToMultiByte(std::u16string_view text);
 // surrogate U+DC00 + b, so that every text survives the way in and out again.
 std::u16string MultiByteToWideChar(std::string_view bytes);
 
-// The text that stands for one byte, whatever the code page makes of it: itself in ASCII, else the lone
+// The character for one byte, whatever the code page makes of it: itself in ASCII, else the lone
 // surrogate of MultiByteToWideChar.
 char16_t ByteToWide(char byte);
 

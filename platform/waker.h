@@ -6,8 +6,8 @@
 
 namespace brenholt {
 
-// A descriptor that becomes readable when some thread says so: the one that waits polls it too. Open,
-// Close and Clear belong to the thread that waits; any thread may call Wake, at any time.
+// A descriptor that the waiting thread polls too, and that Wake makes readable. Open, Close and Clear
+// are for the thread that waits; any thread may call Wake, at any time.
 class CWaker {
  public:
     CWaker() = default;
@@ -28,9 +28,9 @@ class CWaker {
  private:
     bool Set(long nanoseconds);
 
-    // A timer rather than an event descriptor: Wake may meet a number that was closed a moment ago, or by
-    // a host that closes all it does not know. Should it be another file's by then, setting a timer fails
-    // (unless that is a timer too), where a write would land in that file.
+    // A timer rather than an event descriptor: Wake may use a number that was closed a moment ago, or by
+    // a host that closes every descriptor it does not know. If it is another file's by then, setting a timer
+    // fails (unless that is a timer too), whereas a write would reach that file.
     std::atomic<int> m_timer{-1};
 };
 

@@ -41,7 +41,7 @@ need_ports() {
         holder=$(ss -Hulnp "sport = :$port")
         [ -n "$holder" ] || continue
         who=$(sed -nE 's/.*users:\(\("([^"]*)",pid=([0-9]+).*/by \1, process \2/p;q' <<<"$holder")
-        echo "UDP port $port is taken ${who:-by a process that only root is told of}" >&2
+        echo "UDP port $port is taken ${who:-by a process that only root can see}" >&2
         taken=1
     done
     [ -z "$taken" ] || exit 1

@@ -70,7 +70,7 @@ typedef struct PanelDirEntry {
 
 /* One discovered panel (GetUnits). Texts are 8-bit in the system code page, NUL-terminated. */
 typedef struct BrenholtUnitRow {
-    char szIp[256];      /* dotted decimal; bytes behind the NUL are left as they were */
+    char szIp[256];      /* dotted decimal; bytes after the NUL are left as they were */
     char szProject[255]; /* filled up with NULs; cut to 255 bytes */
     char chEnd;          /* always 0 */
 } BrenholtUnitRow;
@@ -88,7 +88,7 @@ typedef struct BrenholtTable {
      * taken all the same) or cannot run. A taken port is not reported. */
     int32_t (*Start)(int32_t retries, int32_t timeoutMs, int32_t asyncMode);
     /* 1: shows the search dialog and blocks until it is closed: 1 when the user confirmed a target; 0
-     * when he did not, when there can be no window, or at once while another call is under way. Any
+     * when not, when there can be no window, or at once while another call is under way. Any
      * thread may call it. `reserved` is ignored. */
     int32_t (*SelectTarget)(int32_t reserved);
     /* 2: asks the panel for its three version words; each pointer may be null. */

@@ -30,7 +30,7 @@ class LocaleKeeper {
 };
 
 // As long as it lives, Qt makes event loops of its own. Else the application's would be GLib's
-// default one, which is the host's: the thread that waits for the dialog may be in the midst of it.
+// default one, which is the host's: the thread that waits for the dialog may be in the middle of it.
 class GlibAvoider {
  public:
     GlibAvoider() { qputenv(kVariable, "1"); }

@@ -42,7 +42,7 @@ int RunMessageBox(std::u16string_view text, uint32_t flags) {
     return !cancels || button == QMessageBox::Ok ? IDOK : IDCANCEL;
 }
 
-// Takes what the user does before any window sees it.
+// Drops what the user does before any window sees it.
 class InputStopper final : public QObject {
  public:
     bool eventFilter(QObject* /*receiver*/, QEvent* event) override {

@@ -88,7 +88,7 @@ QtDialogWindow::QtDialogWindow(const DialogTemplate& dialog, DialogEvents& event
     resize(m_leastSize);
 }
 
-// What a control still tells while it goes has no listener.
+// Signals of a control that is being destroyed have no receiver.
 QtDialogWindow::~QtDialogWindow() {
     m_running = false;
     for (const Control& control : m_controls) {

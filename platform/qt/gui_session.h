@@ -22,8 +22,8 @@ class GuiSession {
     GuiSession(const GuiSession&) = delete;
     GuiSession& operator=(const GuiSession&) = delete;
 
-    // False when there can be no windows: no display, the host's application is none for widgets or
-    // does not run its event loop, or another thread has a session.
+    // False when there can be no windows: no display, the host's application is not a QApplication
+    // or does not run its event loop, or another thread has a session.
     explicit operator bool() const { return m_open; }
 
  private:
@@ -31,8 +31,8 @@ class GuiSession {
 };
 
 // Runs `body` on the GUI thread, or on the session's caller. Called from the other one of the two,
-// which meanwhile runs what it is called for from there: the calls of both nest as if they stood on
-// one stack, and one thread runs at a time. What `body` throws comes back here.
+// which in the meantime runs what that side asks of it: the calls of both nest as if on one stack, and
+// one thread runs at a time. What `body` throws is rethrown here.
 void RunOnGuiThread(const std::function<void()>& body);
 void RunOnCaller(const std::function<void()>& body);
 

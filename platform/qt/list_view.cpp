@@ -63,7 +63,7 @@ QtListView::QtListView(const ControlTemplate& control, double scale, Handlers ha
 void QtListView::InsertColumn(std::u16string_view heading, int format, int width) {
     const QScopedValueRollback fitting(m_fitting, true);
     const int column = columnCount();
-    // The first column stands at the left whatever its format says: its icons would not line up.
+    // The first column is aligned to the left whatever its format says: its icons would not line up.
     const bool centred = format == LVCFMT_CENTER && column > 0;
     const Qt::Alignment side = centred ? Qt::AlignHCenter : Qt::AlignLeft | Qt::AlignAbsolute;
     m_alignments.push_back(side | Qt::AlignVCenter);

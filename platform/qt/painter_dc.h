@@ -24,7 +24,7 @@ inline QRect ToQRect(const RECT& rect) {
     return {rect.left, rect.top, rect.right - rect.left, rect.bottom - rect.top};
 }
 
-// A colour of the desktop, by COLOR_ index; black for an index that is none.
+// A colour of the desktop, by COLOR_ index; black for an unknown index.
 COLORREF SystemColor(int index);
 
 // The whole strip as one image, which is a view: `images` outlives it unchanged.

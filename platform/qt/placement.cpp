@@ -25,7 +25,7 @@ void PlaceOverOwner(QWidget& window) {
     }
     const QRect screen = owner->screen()->availableGeometry();
     QRect place(QPoint(), window.size());
-    // Not its frame: there are window managers that have none to tell of.
+    // Not its frame: some window managers report none.
     place.moveCenter(owner->geometry().center());
     window.move(std::clamp(place.x(), screen.left(),
                            std::max(screen.left(), screen.right() - place.width())),

@@ -97,7 +97,7 @@ class RemoteDc final : public CDC {
     CDC& m_dc;
 };
 
-// The dialog, as the window on the GUI thread has it.
+// The dialog, as the window on the GUI thread sees it.
 class RemoteEvents final : public DialogEvents {
  public:
     explicit RemoteEvents(DialogEvents& events) : m_events(events) {}

@@ -1,4 +1,4 @@
-// A window as the thread that shows it has it.
+// A window as the thread that shows it sees it.
 #ifndef BRENHOLT_PLATFORM_QT_REMOTE_WINDOW_H
 #define BRENHOLT_PLATFORM_QT_REMOTE_WINDOW_H
 

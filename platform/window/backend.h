@@ -7,13 +7,13 @@
 // (SetWindowBackend).
 //
 // Threads. Any thread may call CreateDialog; all calls for that window come on it, and events go
-// back on it. On which thread the toolkit lives is the backend's affair. While one thread has a
+// back on it. Which thread the toolkit lives on is up to the backend. While one thread has a
 // window, another is refused (CreateDialog gives null).
 //
-// Failures. CreateDialog gives null when there can be no windows: no display, none any more, a
-// toolkit that is not there. Nothing shown, nothing aborted, nothing printed; DoModal then gives -1.
-// No other operation fails. std::bad_alloc may leave any operation of a backend; nothing is thrown
-// out of DialogEvents, so no exception crosses the toolkit's frames.
+// Failures. CreateDialog gives null when there can be no windows: no display, none any more, no
+// toolkit. Nothing is shown, aborted or printed; DoModal then gives -1. No other operation fails. Any
+// operation of a backend may throw std::bad_alloc; DialogEvents throw nothing, so that no exception
+// crosses the toolkit's frames.
 //
 // Ownership. The backend is a singleton that nobody deletes. The caller of CreateDialog owns the
 // window; list and address views live in their window. Texts, templates and images that are passed
@@ -24,7 +24,7 @@
 // and no other text holds a control character. They are English, and so are read from left to
 // right, on a desktop of another language too.
 //
-// Events tell what the user did. Nothing that the framework calls raises one.
+// Events report what the user did. No call of the framework raises one.
 #ifndef BRENHOLT_PLATFORM_WINDOW_BACKEND_H
 #define BRENHOLT_PLATFORM_WINDOW_BACKEND_H
 
@@ -41,7 +41,7 @@
 
 namespace brenholt {
 
-// What a window tells its dialog. Only while RunModal runs. A call may come back into the same
+// What a window reports to its dialog, only while RunModal runs. A call may come back into the same
 // window (insert rows, ask for the selection, EndModal) and may run nested dialogs and message
 // boxes; it does not destroy the window.
 class DialogEvents {
@@ -65,11 +65,11 @@ class DialogEvents {
 };
 
 // A list control as shown. The framework keeps texts, headings and images itself: nothing but
-// widths and the selection is ever read back. Rows and columns count from 0. The pointer over a text
-// that its column cuts short brings the whole of it; Ctrl+C copies column 0 of the selected row.
+// widths and the selection is ever read back. Rows and columns count from 0. A tool tip shows the
+// whole of a text that its column cuts short; Ctrl+C copies column 0 of the selected row.
 class ListView {
  public:
-    // Adds a column behind the last one. `width` is in pixels of a dialog font whose average
+    // Adds a column after the last one. `width` is in pixels of a dialog font whose average
     // character is 6 pixels wide; the backend scales it to its own font. The user can widen it.
     virtual void InsertColumn(std::u16string_view heading, int format, int width) = 0;
     // The present width in device-independent pixels.
@@ -77,7 +77,7 @@ class ListView {
     virtual void SetExtendedStyle(uint32_t style) = 0;
     // The icons of column 0, from InsertItem's index on; copied.
     virtual void SetImageList(const ImageStrip& images) = 0;
-    // A sentence that stands in the list as long as it has no rows; it wraps.
+    // A sentence that the list shows while it has no rows, wrapped.
     virtual void SetEmptyText(std::u16string_view text) = 0;
 
     // Inserts a row in front of row `row` (at the end: the number of rows), its other cells empty.
@@ -158,8 +158,7 @@ class WindowBackend {
     // MB_ values.
     virtual int ShowMessageBox(std::u16string_view text, uint32_t flags) = 0;
 
-    // The pointer shows that the user has to wait; what he presses meanwhile goes nowhere. Calls
-    // nest.
+    // The pointer shows that the user has to wait; input in the meantime is dropped. Calls nest.
     virtual void BeginWaitCursor() = 0;
     virtual void EndWaitCursor() = 0;
 
@@ -175,7 +174,7 @@ class WindowBackend {
 inline constexpr uint32_t kWindowBackendVersion = 2;
 
 // The one export of a backend: extern "C" WindowBackend* BrenholtWindowBackend(uint32_t version),
-// with default visibility. Gives the singleton, or null for another version than its own. Touches
+// with default visibility. Gives the singleton, or null for a version other than its own. Touches
 // neither the display nor the toolkit: that waits for CreateDialog.
 using WindowBackendFactory = WindowBackend* (*)(uint32_t version);
 inline constexpr char kWindowBackendFactory[] = "BrenholtWindowBackend";

@@ -6,11 +6,11 @@
 
 namespace brenholt {
 
-// Messages, as they stand in message maps.
+// Messages of message maps.
 enum : uint32_t {
     WM_DESTROY = 0x0002,  // the framework's own: the window goes, however the dialog ended
     WM_CLOSE = 0x0010,    // the close box
-    WM_NOTIFY = 0x004E,   // a control tells something; see the notification codes
+    WM_NOTIFY = 0x004E,   // a control reports something; see the notification codes
     WM_COMMAND = 0x0111,  // a button was pressed, by mouse or key
 };
 
@@ -46,11 +46,8 @@ enum : uint32_t {
     LVS_OWNERDRAWFIXED = 0x0400,  // the dialog draws the rows, all of one height
 };
 
-// Frames of controls.
-enum : uint32_t { WS_BORDER = 1, WS_EX_CLIENTEDGE = 2, WS_EX_STATICEDGE = 4 };
-
 // Columns and looks of a list.
-enum : int { LVCFMT_LEFT = 0, LVCFMT_CENTER = 2 };
+enum : int { LVCFMT_CENTER = 2 };
 enum : uint32_t { LVS_EX_FULLROWSELECT = 32 };
 
 // Drawing: actions and states of a draw request, options of ExtTextOut, alignment, system colours.
@@ -69,7 +66,7 @@ enum : int {
 // A colour: 0x00BBGGRR.
 using COLORREF = uint32_t;
 
-// Pixels; right and bottom lie outside.
+// Pixels; right and bottom are exclusive.
 struct RECT {
     int left = 0;
     int top = 0;

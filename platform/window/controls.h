@@ -19,7 +19,7 @@ class CListCtrl : public CWnd {
     // A place in the walk over the selected rows; 0 is none.
     using POSITION = int;
 
-    // Adds a column behind the last one; `width` in pixels, see ListView::InsertColumn.
+    // Adds a column after the last one; `width` in pixels, see ListView::InsertColumn.
     void InsertColumn(std::u16string_view heading, int format, int width);
     // Whether there is a column of that index.
     bool GetColumn(int column) const { return column < m_nColumns; }
@@ -28,14 +28,14 @@ class CListCtrl : public CWnd {
     // The small images; `images` outlives the rows.
     void SetImageList(const CImageList* images);
     const CImageList* GetImageList() const { return m_images; }
-    // A sentence in the place of the rows as long as there are none.
+    // A sentence that is shown while there are no rows.
     void SetEmptyText(std::u16string_view text) { m_view->SetEmptyText(text); }
 
     int GetItemCount() const { return static_cast<int>(m_rows.size()); }
     void InsertItem(int row, std::u16string_view text, int image);
     // Written into the selected row, a text raises LVN_ITEMCHANGED. It is shown as ShownOnOneLine.
     void SetItemText(int row, int column, std::u16string_view text);
-    // Empty for a column behind the last one. Good until the row changes.
+    // Empty for a column past the last one. Good until the row changes.
     std::u16string_view GetItemText(int row, int column) const;
     int GetItemImage(int row) const { return At(row).image; }
     // A pointer of the dialog's, not owned; null at first.
@@ -48,7 +48,7 @@ class CListCtrl : public CWnd {
     void EnsureVisible(int row) { m_view->EnsureVisible(row); }
 
     POSITION GetFirstSelectedItemPosition() const { return m_view->GetSelectedItem() + 1; }
-    // The selected row, or -1; moves on behind it.
+    // The selected row, or -1; moves past it.
     int GetNextSelectedItem(POSITION& position) const;
 
  private:

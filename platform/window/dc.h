@@ -19,8 +19,8 @@ struct ImageStrip {
     std::vector<uint32_t> pixels;
 };
 
-// A device context. Coordinates are device-independent pixels, as those of the draw request that
-// brought the context and of CListCtrl::GetColumnWidth. Good for the length of that request.
+// A device context. Coordinates are device-independent pixels, like those of the draw request that
+// carries the context and of CListCtrl::GetColumnWidth. Valid during that request.
 class CDC {
  public:
     CDC() = default;

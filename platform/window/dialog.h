@@ -16,8 +16,8 @@ namespace brenholt {
 class CDialog;
 class CImageList;
 
-// A control of a dialog. Its operations may be called from OnInitDialog's base on until OnDestroy
-// is through.
+// A control of a dialog. Its operations may be called from CDialog::OnInitDialog on until OnDestroy
+// has returned.
 class CWnd {
  public:
     CWnd() = default;
@@ -51,8 +51,8 @@ void DDX_Control(CDataExchange* pDX, int id, CWnd& control);
 void DDX_Text(CDataExchange* pDX, int id, std::u16string& text);
 
 // A modal dialog. What happens in it comes to the members that its message map names; without an
-// entry, button IDOK comes to OnOK, IDCANCEL (and Escape) to OnCancel, the close box to OnClose. No
-// notification here has a result but 0.
+// entry, button IDOK comes to OnOK, IDCANCEL (and Escape) to OnCancel, the close box to OnClose. All
+// notifications give 0.
 class CDialog : private DialogEvents {
  public:
     explicit CDialog(const DialogTemplate& dialog) : m_template(dialog) {}

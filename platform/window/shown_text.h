@@ -7,7 +7,7 @@
 
 namespace brenholt {
 
-// `text` with what would break its line, reorder it or be no character at all written out: "\x0A"
+// `text` with what would break its line, reorder it or is not a character written out: "\x0A"
 // for a control character, "\u2028" for a separator of lines or a control of the writing direction.
 std::u16string ShownOnOneLine(std::u16string_view text);
 

@@ -30,7 +30,6 @@ struct ControlTemplate {
     int cx;
     int cy;
     uint32_t style;    // BS_, ES_ or LVS_, by kind
-    uint32_t frame;    // WS_BORDER, WS_EX_...
     uint32_t anchors;  // kAnchor...
     int stretch;       // list: the column that takes the width that is left; else -1
 };

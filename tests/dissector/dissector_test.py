@@ -151,7 +151,7 @@ class Malformed(Case):
         reserved = record[:16] + b"\1" + record[17:]
         cases = {
             b"Cmd=XX\0": "Not a request", b"cmd=TM\0": "Not a request", b"Cmd=TM": "No NUL",
-            b"Cmd=TM\0x": "Bytes behind the text", b"Cmd=DRx\0": "No sequence digit", b"Cmd=DR": "No sequence digit",
+            b"Cmd=TM\0x": "Bytes after the text", b"Cmd=DRx\0": "No sequence digit", b"Cmd=DR": "No sequence digit",
             b"Cmd=ML0*t\0x": "No '+' or '-'", b"Cmd=ML0-t\0": "No data", b"Cmd=UP0000000a\0": "No eight",
             b"Cmd=UP00\0": "No eight", b"Cmd=DL0t\0" + record[:-1]: "record is cut",
             b"Cmd=DL0t\0" + record + b"tt": "name area", b"Cmd=DL0t\0" + record + b"t\0": "No file data",
@@ -169,7 +169,7 @@ class Malformed(Case):
             ("VS", b"", b"ACK000100x00000", "Not four hex"), ("IP", b"", b"IP:ARM:0102", "Not \"IP\""),
             ("IP", b"", b"IP:arm:0102:", "Neither"), ("IP", b"", b"IP:ARM:01x2:", "Not four digits"),
             ("DR", b"0", b"ACK0", "page is cut"), ("DR", b"0", b"ACK0\0\2" + entry + entry[:-1], "Record 2 of 2"),
-            ("DR", b"0", b"ACK0\0\1", "Record 1 of 1"), ("DR", b"0", b"ACK0\0\1" + entry + b"x", "Bytes behind"),
+            ("DR", b"0", b"ACK0\0\1", "Record 1 of 1"), ("DR", b"0", b"ACK0\0\1" + entry + b"x", "Bytes after"),
             ("DR", b"0", b"A\0K0\0\0", "shorter than 3"), ("UP", b"00000000", b"ACK0" + bytes(32), "37 bytes"),
             ("UP", b"00000000", b"AC" + bytes(40), "shorter than 3"),
             ("UP", b"00000000", b"ACK+" + bytes(33), "No data"), ("DL", b"0", b"ACK", "Acknowledges"),

@@ -10,6 +10,7 @@
 #include "platform/clock.h"
 #include "tests/support/faulty_calls/faulty_calls.h"
 #include "tests/support/scratch_folder.h"
+#include "tools/panel/fault_text.h"
 #include "tools/panel/server.h"
 
 extern "C" const BrenholtTable FuncTable;

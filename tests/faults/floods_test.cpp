@@ -6,8 +6,8 @@
 #include <iostream>
 #include <set>
 
-#include "tests/support/scale.h"
 #include "tests/support/module_host.h"
+#include "tests/support/scale.h"
 #include "tools/panel/beacon.h"
 #include "tools/panel/udp.h"
 

@@ -137,7 +137,7 @@ class Commands(Case):
                 os.rmdir(os.path.join(self.panel, b"new"))
                 code, out, err = self.at(mode, "command", "RM", "nothing")
                 self.assertEqual((code, out), (1, b""))
-                self.assertIn("answers an identity query", err)
+                self.assertIn("answers the version query", err)
                 code, out, _ = self.at(mode, "-j", "identify")
                 self.assertEqual(code, 0)
                 self.assertEqual(lines(out)[0]["project"], "Line1")

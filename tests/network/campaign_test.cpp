@@ -153,10 +153,11 @@ class CampaignTest : public testing::Test {
         world.Reset();
         Network network(world.storage.Path());
         network.knowsRequests = knowsRequests;
-        network.answerUs = row.weather.answerUs;
         world.network = &network;
         CTvUdp link;
         link.Create(kCommandPort);
+        link.CmdTM(0);  // each panel is quick at first
+        network.answerUs = row.weather.answerUs;
         bool cancelled = false;
         network.onCancel = [&] {
             cancelled = true;
@@ -280,11 +281,17 @@ TEST_F(CampaignTest, AllKinds) {
     Expect({"commands of all kinds", 5000, kOrdered, Any});
     Expect({"commands of all kinds", 5000, kLate, Any, 3});
     Expect({"commands of all kinds", 5000, kFoul, Any, 30});
-    Weather slow = kOrdered;
-    slow.answerUs = kTimeoutUs * 3 / 10;
-    Expect({"commands, answers after 0.3 timeouts", 3000, slow, Any});
-    slow.answerUs = kTimeoutUs * 3 / 2;
-    Expect({"commands, answers after 1.5 timeouts", 2000, slow, Any});
+}
+
+TEST_F(CampaignTest, PanelsThatBecomeSlow) {
+    const auto slow = [](Weather weather, double timeouts) {
+        weather.answerUs = static_cast<uint64_t>(timeouts * kTimeoutUs);
+        return weather;
+    };
+    Expect({"commands, answers after 0.3 timeouts", 3000, slow(kOrdered, 0.3), Any});
+    Expect({"fetches, answers after 1.1 timeouts", 100, slow({}, 1.1), GetLong, 0, 2});
+    Expect({"fetches, answers after 1.5 timeouts", 100, slow({}, 1.5), GetLong, 0, 2});
+    Expect({"commands, answers after 1.5 timeouts", 2000, slow(kOrdered, 1.5), Any});
 }
 
 }  // namespace

@@ -18,6 +18,7 @@ namespace brenholt {
 
 inline constexpr uint64_t kTimeoutUs = 1'000'000;
 inline constexpr uint64_t kRoundTripUs = 1'000;
+inline constexpr uint64_t kJitterUs = kRoundTripUs / 4;
 
 // What befalls one datagram of the host, or its reply.
 struct Fate {
@@ -59,7 +60,7 @@ class Network {
     std::map<std::string, std::string> blocks;  // that the panels were sent, by their texts
     std::function<Fate(size_t send)> fate = [](size_t) { return Fate(); };  // sends count from 0
     std::function<void()> onCancel = [] {};
-    uint64_t answerUs = 0;  // how long each answer takes the panels
+    uint64_t answerUs = 0;  // how long each answer takes the panels, and up to kJitterUs more
     // Lets a reply through only while the request that it answers is the latest: what a host could
     // reach if each reply named its request.
     bool knowsRequests = false;
@@ -121,7 +122,11 @@ class Network {
         if (replies.empty() || befalls.losesReply) {
             return;
         }
-        const uint64_t delayUs = answerUs + kRoundTripUs / 2 + befalls.lateUs;
+        // With answers that all take as long, what is wrong once in a while would never be seen.
+        m_jitter = m_jitter * 1664525 + 1013904223;
+        const uint64_t nowUs = VirtualWire::Get().NowUs();
+        m_dueUs = std::max(m_dueUs, nowUs + answerUs + kRoundTripUs / 2 + m_jitter % kJitterUs);
+        const uint64_t delayUs = m_dueUs - nowUs + befalls.lateUs;
         const auto deliver =
             [=, this, reply = std::string(replies[0].bytes.begin(), replies[0].bytes.end())] {
                 if (knowsRequests && number != m_latest) {
@@ -140,6 +145,8 @@ class Network {
     }
 
     uint64_t m_stalledUntil = 0;
+    uint64_t m_dueUs = 0;
+    uint32_t m_jitter = 1;
     std::deque<std::function<void()>> m_waiting;
     std::string m_latestAsked;
     uint64_t m_latest = 0;

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "tests/panel/fixture.h"
-#include "tools/panel/fault_plan.h"
+#include "tools/panel/fault_text.h"
 
 namespace tavrin {
 namespace {
@@ -32,7 +32,7 @@ std::string Play(const std::string& text, int count) {
         for (const Outgoing& sent : out) {
             story += sent.faults.Text() + "@" + std::to_string(sent.due / milliseconds(1)) + ":" +
                      std::string(sent.bytes.begin(), sent.bytes.end()) +
-                     (sent.other_port ? "! " : " ");
+                     (sent.otherPort ? "! " : " ");
         }
     }
     return story;

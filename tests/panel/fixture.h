@@ -24,18 +24,18 @@ class PanelTest : public testing::Test {
     // The reply to "Cmd=" + `request` as it is; "(none)" for silence. A request without payload
     // ends in its zero byte, which a string literal passed to Ask supplies.
     std::string Send(const std::string& request, const Endpoint& host = kHost) {
-        panel_.Receive(host, ToBytes("Cmd=" + request), replies_);
-        panel_.WorkAhead();
-        if (replies_.empty()) {
+        m_panel.Receive(host, ToBytes("Cmd=" + request), m_replies);
+        m_panel.WorkAhead();
+        if (m_replies.empty()) {
             return "(none)";
         }
-        return {replies_[0].bytes.begin(), replies_[0].bytes.end()};
+        return {m_replies[0].bytes.begin(), m_replies[0].bytes.end()};
     }
     std::string Ask(const std::string& token_and_text) { return Send(token_and_text + '\0'); }
 
-    Folder folder_;
-    Panel panel_{folder_.Path(), Identity{"Line1", "X86", 210, {1, 0x2A, 0xFFFF}}};
-    Replies replies_;
+    Folder m_folder;
+    Panel m_panel{m_folder.Path(), Identity{"Line1", "X86", 210, {1, 0x2A, 0xFFFF}}};
+    Replies m_replies;
 };
 
 }  // namespace tavrin

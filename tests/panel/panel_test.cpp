@@ -12,7 +12,7 @@ namespace tavrin {
 namespace {
 
 TEST_F(PanelTest, AnswersPlainCommands) {
-    folder_.Write("file", "x");
+    m_folder.Write("file", "x");
     EXPECT_EQ(Ask("TM"), "ACK");
     EXPECT_EQ(Ask("EXanything"), "ACK");
     EXPECT_EQ(Ask("CL"), "ACK");
@@ -41,16 +41,16 @@ TEST_F(PanelTest, RefusesMalformedRequests) {
           std::string(1500, 'x')}) {
         EXPECT_EQ(Send(request), "NAK") << request;
     }
-    panel_.Receive(kHost, ToBytes("Hello"), replies_);
-    EXPECT_TRUE(replies_.empty()) << "what is no request gets no answer";
-    panel_.Receive(kHost, {}, replies_);
-    EXPECT_TRUE(replies_.empty());
+    m_panel.Receive(kHost, ToBytes("Hello"), m_replies);
+    EXPECT_TRUE(m_replies.empty()) << "what is no request gets no answer";
+    m_panel.Receive(kHost, {}, m_replies);
+    EXPECT_TRUE(m_replies.empty());
 }
 
 // The names on a page, checked to fill it exactly.
 std::vector<std::string> Names(const std::string& page) {
     std::vector<std::string> names;
-    std::size_t at = 6;
+    size_t at = 6;
     for (auto left = static_cast<unsigned char>(page.at(5)); left > 0; --left) {
         const auto length = static_cast<unsigned char>(page.at(at + kRecordNameLength));
         names.push_back(page.substr(at + kRecordSize, length));
@@ -62,11 +62,11 @@ std::vector<std::string> Names(const std::string& page) {
 
 TEST_F(PanelTest, ListsInPages) {
     constexpr int kFiles = 600;  // fourteen pages
-    std::filesystem::create_directory(folder_ / "d");
+    std::filesystem::create_directory(m_folder / "d");
     std::vector<std::string> expected;
     for (int i = 1000; i < 1000 + kFiles; ++i) {
         expected.push_back("f" + std::to_string(i));
-        folder_.Write("d/" + expected.back(), "");
+        m_folder.Write("d/" + expected.back(), "");
     }
     std::vector<std::string> names;
     std::string digits;
@@ -95,9 +95,9 @@ TEST_F(PanelTest, ListsInPages) {
 TEST_F(PanelTest, ListingShowsTheFoldersState) {
     EXPECT_EQ(Ask("DR0"), std::string("ACK0\0\0", 6));
     const std::string longest(255, 'n');
-    folder_.Write(longest, "12345");
-    std::filesystem::create_directory(folder_ / "folder");
-    std::filesystem::create_symlink("/etc/passwd", folder_ / "link");
+    m_folder.Write(longest, "12345");
+    std::filesystem::create_directory(m_folder / "folder");
+    std::filesystem::create_symlink("/etc/passwd", m_folder / "link");
     const std::string page = Ask("DR0\\");
     EXPECT_EQ(Names(page), (std::vector<std::string>{"folder", longest}));
     const Bytes bytes = ToBytes(page);
@@ -109,7 +109,7 @@ TEST_F(PanelTest, ListingShowsTheFoldersState) {
 
 TEST_F(PanelTest, HostsListIndependently) {
     for (int i = 0; i < 60; ++i) {
-        folder_.Write("f" + std::to_string(100 + i), "");
+        m_folder.Write("f" + std::to_string(100 + i), "");
     }
     const Endpoint other{0x7F000009, kHostPort};
     const std::string start("DR0\0", 4);
@@ -118,7 +118,7 @@ TEST_F(PanelTest, HostsListIndependently) {
     EXPECT_EQ(Send(next, other), "NAK");
     EXPECT_EQ(Names(Send(next)).size(), 12U);
     // Forgetting the longest silent host keeps the number of hosts bounded.
-    for (std::uint32_t i = 0; i < Panel::kMaxHosts; ++i) {
+    for (uint32_t i = 0; i < Panel::kMaxHosts; ++i) {
         Send(start, {0x7F000100 + i, kHostPort});
     }
     EXPECT_EQ(Send(next), "NAK");
@@ -127,7 +127,7 @@ TEST_F(PanelTest, HostsListIndependently) {
 TEST_F(PanelTest, FetchesFilesByOffset) {
     std::string content(2 * kFetchData, 'a');
     content[kFetchData] = 'b';
-    folder_.Write("f", content);
+    m_folder.Write("f", content);
     const std::string head = Ask("UP00000000f");
     EXPECT_EQ(head.size(), kMaxDatagram);
     EXPECT_EQ(head.substr(0, 5), std::string("ACK+\0", 5));
@@ -136,8 +136,7 @@ TEST_F(PanelTest, FetchesFilesByOffset) {
     EXPECT_EQ(ReadWord(bytes, 17), kAttributeArchive);
     struct timespec now {};
     clock_gettime(CLOCK_REALTIME, &now);
-    const std::uint64_t time =
-        static_cast<std::uint64_t>(ReadWord(bytes, 9)) << 32 | ReadWord(bytes, 13);
+    const uint64_t time = static_cast<uint64_t>(ReadWord(bytes, 9)) << 32 | ReadWord(bytes, 13);
     EXPECT_NEAR(static_cast<double>(DiskTime(time).tv_sec), static_cast<double>(now.tv_sec), 60);
 
     const std::string tail = Ask("UP00000553f");
@@ -151,14 +150,14 @@ TEST_F(PanelTest, FetchesFilesByOffset) {
 }
 
 TEST_F(PanelTest, FetchSeesOneFile) {
-    constexpr std::size_t kSize = 200'000;  // more than is read at once
-    folder_.Write("f", std::string(kSize, 'a'));
-    folder_.Write("new", std::string(kSize, 'b'));
+    constexpr size_t kSize = 200'000;  // more than is read at once
+    m_folder.Write("f", std::string(kSize, 'a'));
+    m_folder.Write("new", std::string(kSize, 'b'));
     Ask("UP00000000f");
-    std::filesystem::rename(folder_ / "new", folder_ / "f");
+    std::filesystem::rename(m_folder / "new", m_folder / "f");
     EXPECT_EQ(Ask("UP00000553f").substr(kFetchHead, 1), "a") << "replaced: the old file goes on";
     EXPECT_EQ(Ask("UP00000000f").substr(kFetchHead, 1), "b") << "a new transfer: the new file";
-    folder_.Write("f", std::string(kSize + 1, 'c'));
+    m_folder.Write("f", std::string(kSize + 1, 'c'));
     EXPECT_EQ(Ask("UP00020000f"), "NAK") << "written to in the middle";
     EXPECT_EQ(Ask("UP00020000f"), "NAK") << "and asked again";
     EXPECT_EQ(Ask("UP00000000f").substr(kFetchHead, 1), "c");

@@ -15,7 +15,7 @@ using std::chrono::milliseconds;
 class ScriptTest : public PanelTest {};
 
 TEST_F(ScriptTest, ChoosesRequestsByNumber) {
-    panel_.SetHook(
+    m_panel.SetHook(
         ParseScript("# a comment\r\n"
                     "\n"
                     "TM 1 silent\r\n"
@@ -33,18 +33,18 @@ TEST_F(ScriptTest, ChoosesRequestsByNumber) {
 }
 
 TEST_F(ScriptTest, LinesForOneRequestAddUp) {
-    panel_.SetHook(
+    m_panel.SetHook(
         ParseScript("ML * usual after 300ms\n"
                     "ML * usual from-other-port\n"
                     "ML * \"ack\"\n"));
     Send(std::string("ML0-t\0x", 7));
-    ASSERT_EQ(replies_.size(), 3U);
-    EXPECT_EQ(replies_[0].bytes, ToBytes("ACK"));
-    EXPECT_EQ(replies_[0].delay, milliseconds(300));
-    EXPECT_EQ(replies_[1].bytes, ToBytes("ACK"));
-    EXPECT_TRUE(replies_[1].other_port);
-    EXPECT_EQ(replies_[2].bytes, ToBytes("ack"));
-    EXPECT_EQ(panel_.blocks().size(), 1U) << "the panel was asked once";
+    ASSERT_EQ(m_replies.size(), 3U);
+    EXPECT_EQ(m_replies[0].bytes, ToBytes("ACK"));
+    EXPECT_EQ(m_replies[0].delay, milliseconds(300));
+    EXPECT_EQ(m_replies[1].bytes, ToBytes("ACK"));
+    EXPECT_TRUE(m_replies[1].otherPort);
+    EXPECT_EQ(m_replies[2].bytes, ToBytes("ack"));
+    EXPECT_EQ(m_panel.blocks().size(), 1U) << "the panel was asked once";
 }
 
 TEST(ScriptText, ErrorsNameTheLine) {
@@ -62,7 +62,7 @@ TEST(ScriptText, ErrorsNameTheLine) {
 }
 
 TEST_F(ScriptTest, HookMayPassOrReplace) {
-    panel_.SetHook([](Panel& panel, const Endpoint& host, ByteView datagram, Replies& replies) {
+    m_panel.SetHook([](Panel& panel, const Endpoint& host, ByteView datagram, Replies& replies) {
         if (datagram[4] != 'V') {
             return false;
         }

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "tests/panel/fixture.h"
+#include "tools/panel/fault_text.h"
 #include "tools/panel/server.h"
 #include "tools/panel/udp.h"
 
@@ -21,24 +22,24 @@ constexpr Endpoint kFirst{0x7F000002, kPanelPort};
 class Peer {
  public:
     void Send(const std::string& token, const Endpoint& panel = kFirst) const {
-        SendTo(socket_, panel, ToBytes("Cmd=" + token + '\0'));
+        SendTo(m_socket, panel, ToBytes("Cmd=" + token + '\0'));
     }
     // The next datagram; "(none)" when `limit` passes first.
     std::string Receive(milliseconds limit = kLimit) {
-        pollfd waiting{socket_.get(), POLLIN, 0};
+        pollfd waiting{m_socket.get(), POLLIN, 0};
         Bytes buffer(2000);
         if (poll(&waiting, 1, static_cast<int>(limit.count())) <= 0) {
             return "(none)";
         }
-        const auto length = ReceiveFrom(socket_, buffer, source_);
-        return {buffer.begin(), buffer.begin() + static_cast<std::ptrdiff_t>(length.value_or(0))};
+        const auto length = ReceiveFrom(m_socket, buffer, m_source);
+        return {buffer.begin(), buffer.begin() + static_cast<ptrdiff_t>(length.value_or(0))};
     }
-    const Endpoint& source() const { return source_; }
-    Endpoint endpoint() const { return LocalEndpoint(socket_); }
+    const Endpoint& source() const { return m_source; }
+    Endpoint endpoint() const { return LocalEndpoint(m_socket); }
 
  private:
-    Descriptor socket_ = BindUdp({0x7F000001, 0});
-    Endpoint source_;
+    Descriptor m_socket = BindUdp({0x7F000001, 0});
+    Endpoint m_source;
 };
 
 class ServerTest : public testing::Test {
@@ -46,24 +47,24 @@ class ServerTest : public testing::Test {
     PanelSettings Settings(const std::string& address) const {
         PanelSettings settings;
         settings.address = address;
-        settings.root = folder_.Path();
+        settings.root = m_folder.Path();
         settings.identity.project = "P" + address.substr(address.size() - 1);
         settings.beacon.enabled = false;
         return settings;
     }
 
-    Folder folder_;
-    Peer host_;
+    Folder m_folder;
+    Peer m_host;
 };
 
 TEST_F(ServerTest, PanelsAnswerOnTheirOwnAddresses) {
     Server server({Settings("127.0.0.2"), Settings("127.0.0.3")});
     server.Start();
-    host_.Send("IP");
-    EXPECT_EQ(host_.Receive(), "IP:ARM:0100:P2");
-    EXPECT_EQ(host_.source(), kFirst);
-    host_.Send("IP", {0x7F000003, kPanelPort});
-    EXPECT_EQ(host_.Receive(), "IP:ARM:0100:P3");
+    m_host.Send("IP");
+    EXPECT_EQ(m_host.Receive(), "IP:ARM:0100:P2");
+    EXPECT_EQ(m_host.source(), kFirst);
+    m_host.Send("IP", {0x7F000003, kPanelPort});
+    EXPECT_EQ(m_host.Receive(), "IP:ARM:0100:P3");
     const Log::Entries entries = server.log().Snapshot();
     ASSERT_EQ(entries.size(), 4U);
     EXPECT_EQ(entries[0].event, Event::Request);
@@ -80,14 +81,14 @@ TEST_F(ServerTest, PanelsAnswerOnTheirOwnAddresses) {
     server.Stop();
     server.Stop();
     server.Start();
-    host_.Send("TM");
-    EXPECT_EQ(host_.Receive(), "ACK") << "a stopped server starts again";
+    m_host.Send("TM");
+    EXPECT_EQ(m_host.Receive(), "ACK") << "a stopped server starts again";
 }
 
 TEST_F(ServerTest, RefusesBadSettings) {
     EXPECT_THROW(Server({Settings("127.0.0.256")}), ServerError);
     PanelSettings nowhere = Settings("127.0.0.2");
-    nowhere.root = folder_ / "nowhere";
+    nowhere.root = m_folder / "nowhere";
     EXPECT_THROW(Server({nowhere}), ServerError);
 }
 
@@ -95,32 +96,32 @@ TEST_F(ServerTest, SendsBeacons) {
     PanelSettings settings = Settings("127.0.0.2");
     settings.beacon.enabled = true;
     settings.beacon.interval = milliseconds(10);
-    settings.beacon.host = host_.endpoint();
+    settings.beacon.host = m_host.endpoint();
     Server server({settings});
     server.Start();
     for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(host_.Receive(), "Is there anybody ?P2_ARM_0100");
-        EXPECT_EQ(host_.source().ip, kFirst.ip);
-        EXPECT_NE(host_.source().port, kFirst.port);
+        EXPECT_EQ(m_host.Receive(), "Is there anybody ?P2_ARM_0100");
+        EXPECT_EQ(m_host.source().ip, kFirst.ip);
+        EXPECT_NE(m_host.source().port, kFirst.port);
     }
     settings.beacon.enabled = false;
     settings.beacon.raw = ToBytes("raw");
     server.SetBeacon(0, settings.beacon);
     server.SendBeacon(0);
-    while (host_.Receive() != "raw") {
+    while (m_host.Receive() != "raw") {
     }
-    EXPECT_EQ(host_.Receive(milliseconds(50)), "(none)");
+    EXPECT_EQ(m_host.Receive(milliseconds(50)), "(none)");
 }
 
 TEST_F(ServerTest, PausedPanelLetsRequestsWait) {
     Server server({Settings("127.0.0.2")});
     server.Start();
     server.Pause(0);
-    host_.Send("TM");
-    EXPECT_EQ(host_.Receive(milliseconds(50)), "(none)");
+    m_host.Send("TM");
+    EXPECT_EQ(m_host.Receive(milliseconds(50)), "(none)");
     EXPECT_TRUE(server.log().Snapshot().empty());
     server.Resume(0);
-    EXPECT_EQ(host_.Receive(), "ACK");
+    EXPECT_EQ(m_host.Receive(), "ACK");
 }
 
 TEST_F(ServerTest, FaultsReachTheWire) {
@@ -131,14 +132,14 @@ TEST_F(ServerTest, FaultsReachTheWire) {
     Server server({settings}, spinning);
     server.Start();
     const auto start = std::chrono::steady_clock::now();
-    host_.Send("TM");
-    EXPECT_EQ(host_.Receive(), "ACK");
+    m_host.Send("TM");
+    EXPECT_EQ(m_host.Receive(), "ACK");
     EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(50));
-    EXPECT_EQ(host_.source().ip, kFirst.ip);
-    EXPECT_NE(host_.source().port, kFirst.port);
+    EXPECT_EQ(m_host.source().ip, kFirst.ip);
+    EXPECT_NE(m_host.source().port, kFirst.port);
 
     server.SetFaults(0, ParseFaults("lose=1"));
-    host_.Send("TM");
+    m_host.Send("TM");
     ASSERT_TRUE(server.log().WaitForCount(0, Event::LostReply, 1, kLimit));
     EXPECT_EQ(server.log().Snapshot().back().bytes, ToBytes("ACK")) << "what would have been said";
     server.SetFaults(0, {});
@@ -147,15 +148,15 @@ TEST_F(ServerTest, FaultsReachTheWire) {
         replies.push_back({ToBytes("soon"), {}});
         return true;
     });
-    host_.Send("TM");
-    EXPECT_EQ(host_.Receive(), "soon");
-    EXPECT_EQ(host_.Receive(), "late");
+    m_host.Send("TM");
+    EXPECT_EQ(m_host.Receive(), "soon");
+    EXPECT_EQ(m_host.Receive(), "late");
 }
 
 // Meant for the thread sanitizer: everything that any thread may call, while the panel is at work.
 TEST_F(ServerTest, AnyThreadMaySteer) {
     PanelSettings settings = Settings("127.0.0.2");
-    settings.beacon.host = host_.endpoint();
+    settings.beacon.host = m_host.endpoint();
     Server server({settings});
     server.Start();
     std::thread steering([&] {
@@ -170,7 +171,7 @@ TEST_F(ServerTest, AnyThreadMaySteer) {
         }
     });
     for (int i = 0; i < 200; ++i) {
-        host_.Send("TM");
+        m_host.Send("TM");
     }
     steering.join();
     EXPECT_TRUE(server.log().WaitForCount(0, Event::Request, 200, kLimit));

@@ -67,8 +67,7 @@ TEST(StorageTest, OddThingsAreNotFiles) {
 }
 
 TEST(StorageTest, TimesCrossTheWireUnchanged) {
-    for (const std::int64_t seconds :
-         {-11644473600LL, -1LL, 0LL, 1'700'000'000LL, 32'503'680'000LL}) {
+    for (const int64_t seconds : {-11644473600LL, -1LL, 0LL, 1'700'000'000LL, 32'503'680'000LL}) {
         const timespec time{seconds, 123'456'700};
         const timespec back = DiskTime(WireTime(time));
         EXPECT_EQ(back.tv_sec, seconds);

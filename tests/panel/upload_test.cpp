@@ -15,20 +15,20 @@ namespace {
 struct FileSender {
     std::string text;
     std::string name = "short.bin";
-    std::size_t path_length = 40;  // of the absolute path on the host
-    std::uint32_t size = 0;
-    std::uint64_t time = 116444736000000000 + 1'000'000'000ULL * 10'000'000;  // 2001-09-09
+    size_t pathLength = 40;  // of the absolute path on the host
+    uint32_t size = 0;
+    uint64_t time = 116444736000000000 + 1'000'000'000ULL * 10'000'000;  // 2001-09-09
 
     std::string Packet(char digit, const std::string& data) const {
         FileRecord record;
         record.size = size;
         record.time = time;
         record.attributes = kAttributeArchive;
-        record.name_length = static_cast<std::uint8_t>(path_length);
+        record.nameLength = static_cast<uint8_t>(pathLength);
         Bytes fixed(kRecordSize);
         WriteRecord(fixed, record);
         std::string area = name;
-        area.resize(path_length + 1);
+        area.resize(pathLength + 1);
         return std::string("DL") + digit + text + '\0' + std::string(fixed.begin(), fixed.end()) +
                area + data;
     }
@@ -41,18 +41,18 @@ TEST_F(UploadTest, FileAppearsWhenAllHasCome) {
     std::string content;
     char digit = '0';
     for (char c = 'a'; c < 'a' + 15; ++c, digit = NextDigit(digit)) {
-        EXPECT_FALSE(std::filesystem::exists(folder_ / "to.bin"));
+        EXPECT_FALSE(std::filesystem::exists(m_folder / "to.bin"));
         const std::string data(2, c);
         EXPECT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit);
         EXPECT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit) << "a repetition";
         content += data;
     }
-    EXPECT_EQ(folder_.Read("to.bin"), content);
+    EXPECT_EQ(m_folder.Read("to.bin"), content);
     struct stat status {};
-    ASSERT_EQ(stat((folder_ / "to.bin").c_str(), &status), 0);
+    ASSERT_EQ(stat((m_folder / "to.bin").c_str(), &status), 0);
     EXPECT_EQ(status.st_mtim.tv_sec, 1'000'000'000);
     EXPECT_EQ(Send(sender.Packet(digit, "zz")), "NAK") << "nothing follows a whole file";
-    EXPECT_EQ(folder_.Names().size(), 1U) << "no scratch file is left";
+    EXPECT_EQ(m_folder.Names().size(), 1U) << "no scratch file is left";
 }
 
 TEST_F(UploadTest, PartOfALargeFileIsNeverSeen) {
@@ -65,24 +65,24 @@ TEST_F(UploadTest, PartOfALargeFileIsNeverSeen) {
         }
     };
     send(199);
-    EXPECT_TRUE(Storage(folder_.Path()).List("")->empty());
+    EXPECT_TRUE(Storage(m_folder.Path()).List("")->empty());
     send(200);
-    EXPECT_EQ(folder_.Names().size(), 1U) << "nothing is left of the one given up";
-    EXPECT_EQ(folder_.Read("large").size(), sender.size);
+    EXPECT_EQ(m_folder.Names().size(), 1U) << "nothing is left of the one given up";
+    EXPECT_EQ(m_folder.Read("large").size(), sender.size);
 }
 
 TEST_F(UploadTest, TextNamesFileOrFolder) {
-    std::filesystem::create_directories(folder_ / "dir/short.bin");
-    std::filesystem::create_directory(folder_ / "empty");
+    std::filesystem::create_directories(m_folder / "dir/short.bin");
+    std::filesystem::create_directory(m_folder / "empty");
     const auto send = [&](const std::string& text) {
         return Send(FileSender{.text = text, .size = 1}.Packet('0', "x"));
     };
     EXPECT_EQ(send("empty\\"), "ACK0");
-    EXPECT_TRUE(std::filesystem::exists(folder_ / "empty/short.bin"));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / "empty/short.bin"));
     EXPECT_EQ(send("empty/other"), "ACK0");
-    EXPECT_TRUE(std::filesystem::exists(folder_ / "empty/other"));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / "empty/other"));
     EXPECT_EQ(send(""), "ACK0");
-    EXPECT_TRUE(std::filesystem::exists(folder_ / "short.bin"));
+    EXPECT_TRUE(std::filesystem::exists(m_folder / "short.bin"));
     EXPECT_EQ(send("empty"), "ACK0");
     EXPECT_EQ(send("dir"), "NAK") << "a folder has the file's name";
     EXPECT_EQ(send("nowhere\\x"), "NAK");
@@ -90,20 +90,20 @@ TEST_F(UploadTest, TextNamesFileOrFolder) {
 }
 
 TEST_F(UploadTest, NameAreaCountsTheHostPath) {
-    FileSender sender{.text = "f", .path_length = 255, .size = 1};
+    FileSender sender{.text = "f", .pathLength = 255, .size = 1};
     EXPECT_EQ(Send(sender.Packet('0', "1")), "ACK0");
-    sender.path_length = 258;  // the length byte reads 2
+    sender.pathLength = 258;  // the length byte reads 2
     EXPECT_EQ(Send(sender.Packet('0', "2")), "ACK0");
-    EXPECT_EQ(folder_.Read("f"), "2");
-    sender.path_length = sender.name.size() - 1;  // no room for the name's end
+    EXPECT_EQ(m_folder.Read("f"), "2");
+    sender.pathLength = sender.name.size() - 1;  // no room for the name's end
     EXPECT_EQ(Send(sender.Packet('0', "3")), "NAK");
-    sender.path_length = 40;
+    sender.pathLength = 40;
     EXPECT_EQ(Send(sender.Packet('0', "")), "NAK") << "no data";
     for (const char* const name : {"", ".", "..", "a/b", "a\\b"}) {
         sender.name = name;
         EXPECT_EQ(Send(sender.Packet('0', "4")), "NAK") << name;
     }
-    EXPECT_EQ(folder_.Read("f"), "2");
+    EXPECT_EQ(m_folder.Read("f"), "2");
 }
 
 TEST_F(UploadTest, BrokenSequencesAreRefused) {
@@ -121,7 +121,7 @@ TEST_F(UploadTest, BrokenSequencesAreRefused) {
     EXPECT_EQ(Send(sender.Packet('1', "cd")), "ACK1");
     EXPECT_EQ(Send(sender.Packet('1', "xx")), "NAK") << "the same digit, other data";
     EXPECT_EQ(Send(sender.Packet('2', "ef")), "ACK2");
-    EXPECT_EQ(folder_.Read("f"), "abcdef");
+    EXPECT_EQ(m_folder.Read("f"), "abcdef");
 
     sender.size = 0x80000000;
     EXPECT_EQ(Send(sender.Packet('0', "ab")), "NAK");
@@ -129,7 +129,7 @@ TEST_F(UploadTest, BrokenSequencesAreRefused) {
     EXPECT_EQ(Send(sender.Packet('0', "AB")), "ACK0");
     EXPECT_EQ(Send(sender.Packet('0', "ab")), "ACK0") << "0 begins anew";
     EXPECT_EQ(Send(sender.Packet('1', "cd")), "ACK1");
-    EXPECT_EQ(folder_.Read("f"), "abcd");
+    EXPECT_EQ(m_folder.Read("f"), "abcd");
 }
 
 std::string BlockPacket(const std::string& mark, const std::string& text, const std::string& data) {
@@ -146,9 +146,9 @@ TEST_F(UploadTest, GathersMemoryBlocks) {
         EXPECT_EQ(Send(BlockPacket(mark, "text", data)), "ACK") << "a repetition";
         content += data;
     }
-    ASSERT_EQ(panel_.blocks().size(), 1U);
-    EXPECT_EQ(panel_.blocks()[0].text, "text");
-    EXPECT_EQ(panel_.blocks()[0].bytes, ToBytes(content));
+    ASSERT_EQ(m_panel.blocks().size(), 1U);
+    EXPECT_EQ(m_panel.blocks()[0].text, "text");
+    EXPECT_EQ(m_panel.blocks()[0].bytes, ToBytes(content));
     EXPECT_EQ(Send(BlockPacket("2+", "text", "x")), "NAK") << "the block has ended";
 
     EXPECT_EQ(Send(BlockPacket("0+", "a", "1")), "ACK");
@@ -157,8 +157,8 @@ TEST_F(UploadTest, GathersMemoryBlocks) {
     EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "0 begins anew";
     EXPECT_EQ(Ask("TM"), "ACK");
     EXPECT_EQ(Send(BlockPacket("0-", "a", "3")), "ACK") << "behind another command: a new block";
-    ASSERT_EQ(panel_.blocks().size(), 3U);
-    EXPECT_EQ(panel_.blocks()[1].bytes, ToBytes("3"));
+    ASSERT_EQ(m_panel.blocks().size(), 3U);
+    EXPECT_EQ(m_panel.blocks()[1].bytes, ToBytes("3"));
 }
 
 }  // namespace

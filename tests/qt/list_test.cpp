@@ -217,11 +217,11 @@ TEST(List, ItsOwnerDrawsTheRows) {
         EXPECT_EQ(requests[1].rcItem.top, row.bottom);
         EXPECT_GE(row.bottom - row.top, tree.fontMetrics().height() + 6);
 
-        const QColor window_colour = tree.palette().color(QPalette::Base);
+        const QColor windowColour = tree.palette().color(QPalette::Base);
         EXPECT_EQ(shown.pixelColor(0, row.top), QColor(255, 0, 0));
-        EXPECT_EQ(shown.pixelColor(1, row.top), window_colour);  // transparent
+        EXPECT_EQ(shown.pixelColor(1, row.top), windowColour);  // transparent
         EXPECT_EQ(shown.pixelColor(10, row.top), QColor(0x11, 0x22, 0x33));
-        EXPECT_EQ(shown.pixelColor(30, row.top + 10), window_colour);  // clipped
+        EXPECT_EQ(shown.pixelColor(30, row.top + 10), windowColour);  // clipped
         Key(Qt::Key_Escape);
     });
 }

@@ -288,6 +288,15 @@ TEST_F(SendTest, FileThatChangesMeanwhileIsNotReportedAsSent) {
     }
 }
 
+TEST_F(SendTest, CancelWithTheLastAcknowledgementIsNotReportedAsSent) {
+    folder.Write("f", "x");
+    answer = [this](const std::string& request) {
+        wire.At(0, [this] { link->m_bCancel = 1; });
+        return std::string("ACK") + request[6];
+    };
+    EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 0);
+}
+
 TEST_F(SendTest, MemoryBlockMarksItsLastDatagram) {
     AnswerAlways("ack");
     const size_t room = 1400 - 9 - 4;

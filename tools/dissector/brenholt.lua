@@ -92,7 +92,7 @@ local function text_at(buffer, at)
     return nul and raw:sub(1, nul - 1) or raw, nul ~= nil
 end
 
--- Adds a field of `length` bytes as text; an empty field is shown where it would stand.
+-- Adds a field of `length` bytes as text; an empty field is shown where it would be.
 local function add_text(tree, field, buffer, at, length)
     if length > 0 then
         tree:add_packet_field(field, buffer(at, length), ENC_UTF_8)
@@ -158,7 +158,7 @@ end
 
 -- Requests
 
--- What stands between command and text. Each gives its length, and what it says for the info column;
+-- What is between command and text. Each gives its length, and what it says for the info column;
 -- nothing if it is malformed.
 local function take_digit(buffer, tree, request)
     local digit = bytes_at(buffer, 6, 1)
@@ -245,14 +245,14 @@ local function dissect_request_bytes(buffer, tree, request)
     local line = name .. info .. (text ~= "" and " " .. quoted(text) or "")
     local payload = at + #text + 1
     if not ended then
-        malformed(tree, nil, "No NUL behind the text")
+        malformed(tree, nil, "No NUL after the text")
     elseif name == "DL" then
         line = line .. (dissect_upload(buffer, tree, payload) or "")
     elseif payload < buffer:len() then
         tree:add(f.data, buffer(payload))
         line = line .. (", %d bytes"):format(buffer:len() - payload)
         if name ~= "ML" then
-            malformed(tree, buffer(payload), "Bytes behind the text of a command without payload")
+            malformed(tree, buffer(payload), "Bytes after the text of a command without payload")
         end
     elseif name == "ML" then
         malformed(tree, nil, "No data")
@@ -354,7 +354,7 @@ local function dissect_identity(buffer, tree, text)
     add_text(tree, f.project, buffer, 12, #text - 12)
 end
 
--- Position 3, behind at least three characters of text; adds it with what `more` makes of it.
+-- Position 3, after at least three characters of text; adds it with what `more` makes of it.
 local function add_marker(buffer, tree, text, more)
     if #text < 3 then
         return malformed(tree, buffer(), "The text is shorter than 3 characters")
@@ -385,7 +385,7 @@ local function dissect_page(buffer, tree, text)
         at = at + RECORD_SIZE + length
     end
     if at < buffer:len() then
-        malformed(tree, buffer(at), "Bytes behind the last record")
+        malformed(tree, buffer(at), "Bytes after the last record")
     end
     return (", %d records%s"):format(count, more or "")
 end
@@ -428,7 +428,7 @@ local function match_reply(pinfo, tree, ends)
     tree:add(f.delay, NSTime.new(math.floor(delay), math.floor(delay % 1 * 1e9 + 0.5))):set_generated()
     if request.answered ~= pinfo.number then
         tree:add_proto_expert_info(e.sequence,
-            "The request was answered in frame " .. request.answered .. " already: late or doubled")
+            "The request was answered in frame " .. request.answered .. " already: late or duplicated")
     end
     return request
 end

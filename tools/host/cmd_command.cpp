@@ -6,6 +6,7 @@
 #include "tools/host/diagnosis.h"
 #include "tools/host/failure.h"
 #include "tools/host/output.h"
+#include "tools/host/panel_path.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
 

@@ -4,8 +4,8 @@
 #include <vector>
 
 #include "tools/host/commands.h"
-#include "tools/host/diagnosis.h"
 #include "tools/host/failure.h"
+#include "tools/host/networks.h"
 #include "tools/host/output.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"

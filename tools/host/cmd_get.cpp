@@ -7,7 +7,9 @@
 #include "tools/host/commands.h"
 #include "tools/host/diagnosis.h"
 #include "tools/host/failure.h"
+#include "tools/host/listing.h"
 #include "tools/host/output.h"
+#include "tools/host/panel_path.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
 #include "tools/host/transfer.h"
@@ -48,7 +50,7 @@ std::string WhyNotFetched(Session& session, const std::u16string& path, const st
         return Silence(session);
     }
     const std::string name = ToBytes(LastComponent(path));
-    const Listing listing = session.List(path.substr(0, path.size() - LastComponent(path).size()));
+    const Listing listing = ListFolder(session, ParentFolder(path));
     const PanelDirEntry* entry = Find(listing, name);
     if (entry == nullptr) {
         return "the panel lists no such file";
@@ -62,7 +64,7 @@ std::string WhyNotFetched(Session& session, const std::u16string& path, const st
 
 // Its size as a note for the progress line, from the listing of its folder.
 std::string SizeNote(Session& session, const std::u16string& path) {
-    const Listing listing = session.List(path.substr(0, path.size() - LastComponent(path).size()));
+    const Listing listing = ListFolder(session, ParentFolder(path));
     const PanelDirEntry* entry = Find(listing, ToBytes(LastComponent(path)));
     return entry == nullptr ? "size unknown" : SizeText(entry->dwSize);
 }

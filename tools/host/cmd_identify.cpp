@@ -20,7 +20,7 @@ void Identify(Session& session) {
         throw Failure(
             ExitCode::Failed,
             "identify failed: " +
-                (alive ? target.address + " shows signs of life but tells no version words"
+                (alive ? target.address + " shows signs of life but gives no version words"
                        : Silence(session)));
     }
     if (session.options().json) {

@@ -3,7 +3,9 @@
 
 #include "tools/host/commands.h"
 #include "tools/host/failure.h"
+#include "tools/host/listing.h"
 #include "tools/host/output.h"
+#include "tools/host/panel_path.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
 
@@ -53,7 +55,7 @@ Action DefineList(CLI::App& app) {
     return [folder](Session& session) {
         const std::u16string path = PanelText(*folder);
         session.Connect();
-        const Listing listing = session.List(path);
+        const Listing listing = ListFolder(session, path);
         if (!listing.trouble.empty()) {
             throw Failure(ExitCode::Failed,
                           "\"" + *folder + "\" cannot be listed: " + listing.trouble);

@@ -7,6 +7,7 @@
 #include "tools/host/diagnosis.h"
 #include "tools/host/failure.h"
 #include "tools/host/output.h"
+#include "tools/host/panel_path.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
 #include "tools/host/transfer.h"
@@ -26,7 +27,7 @@ bool EndsInSeparator(const std::string& path) {
 }
 
 // What goes where. One file goes under its own name or the one given, several go into the panel
-// folder that stands last.
+// folder that is named last.
 std::vector<Item> Plan(const std::vector<std::string>& paths) {
     const size_t files = std::max<size_t>(paths.size() - 1, 1);
     std::string target = paths.size() == 1 ? "" : paths.back();

@@ -7,7 +7,7 @@
 
 namespace host {
 
-// Exit codes: a contract with scripts, told in the manual page.
+// Exit codes: a contract with scripts, listed in the manual page.
 enum class ExitCode : int {
     Done = 0,
     Failed = 1,      // the command failed
@@ -17,14 +17,14 @@ enum class ExitCode : int {
     Cancelled = 130  // Ctrl-C
 };
 
-// Ends the run with a code and a sentence for stderr. An empty sentence says nothing.
+// Ends the run with a code and a sentence for stderr. An empty sentence is not printed.
 class Failure : public std::runtime_error {
  public:
-    Failure(ExitCode code, const std::string& text) : std::runtime_error(text), code_(code) {}
-    ExitCode code() const { return code_; }
+    Failure(ExitCode code, const std::string& text) : std::runtime_error(text), m_code(code) {}
+    ExitCode code() const { return m_code; }
 
  private:
-    ExitCode code_;
+    ExitCode m_code;
 };
 
 }  // namespace host

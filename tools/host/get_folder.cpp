@@ -6,7 +6,6 @@
 #include <system_error>
 
 #include "tools/host/commands.h"
-#include "tools/host/diagnosis.h"
 #include "tools/host/failure.h"
 #include "tools/host/output.h"
 #include "tools/host/session.h"
@@ -31,35 +30,35 @@ struct Outcome {
 // that fails never comes.
 class Watcher {
  public:
-    Watcher(const Tree& tree, Progress& progress) : tree_(tree), progress_(progress) {}
+    Watcher(const Tree& tree, Progress& progress) : m_tree(tree), m_progress(progress) {}
 
     void Look() {
-        if (!progress_.Due()) {
+        if (!m_progress.Due()) {
             return;
         }
-        for (size_t i = next_; i < std::min(next_ + kLookAhead, tree_.files.size()); ++i) {
-            if (tree_.files[i].Arrived()) {
-                ++files_;
-                bytes_ += tree_.files[i].size;
-                next_ = i + 1;
+        for (size_t i = m_next; i < std::min(m_next + kLookAhead, m_tree.files.size()); ++i) {
+            if (m_tree.files[i].Arrived()) {
+                ++m_files;
+                m_bytes += m_tree.files[i].size;
+                m_next = i + 1;
             }
         }
-        Show(files_, bytes_);
+        Show(m_files, m_bytes);
     }
 
     void Show(size_t files, uint64_t bytes) {
-        progress_.Show(Format("%zu of %zu files, %s of %s, %.0f s", files, tree_.files.size(),
-                              SizeText(bytes).c_str(), SizeText(tree_.bytes).c_str(),
-                              SecondsSince(start_)));
+        m_progress.Show(Format("%zu of %zu files, %s of %s, %.0f s", files, m_tree.files.size(),
+                               SizeText(bytes).c_str(), SizeText(m_tree.bytes).c_str(),
+                               SecondsSince(m_start)));
     }
 
  private:
-    const Tree& tree_;
-    Progress& progress_;
-    Clock::time_point start_ = Clock::now();
-    size_t next_ = 0;
-    size_t files_ = 0;
-    uint64_t bytes_ = 0;
+    const Tree& m_tree;
+    Progress& m_progress;
+    Clock::time_point m_start = Clock::now();
+    size_t m_next = 0;
+    size_t m_files = 0;
+    uint64_t m_bytes = 0;
 };
 
 // Makes the folder, if it is missing. A link in its place is not followed: it may lead anywhere.
@@ -164,9 +163,9 @@ bool GetFolder(Session& session, const std::string& remote, const std::string& l
     Outcome outcome;
     try {
         Progress progress;
-        const Tree tree = ReadTree(session, path, local, [&](const Tree& so_far) {
-            progress.Show(Format("listing: %zu files, %s", so_far.files.size(),
-                                 SizeText(so_far.bytes).c_str()));
+        const Tree tree = ReadTree(session, path, local, [&](const Tree& soFar) {
+            progress.Show(Format("listing: %zu files, %s", soFar.files.size(),
+                                 SizeText(soFar.bytes).c_str()));
         });
         std::error_code error;
         std::filesystem::create_directories(local, error);

@@ -31,66 +31,66 @@ int Checked(int fd) {
 
 }  // namespace
 
-Interrupt::Interrupt() : wake_(Checked(eventfd(0, EFD_CLOEXEC))) {
+Interrupt::Interrupt() : m_wake(Checked(eventfd(0, EFD_CLOEXEC))) {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGINT);
     sigaddset(&signals, SIGTERM);
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    thread_ = std::thread(&Interrupt::Watch, this, Checked(signalfd(-1, &signals, SFD_CLOEXEC)));
+    m_thread = std::thread(&Interrupt::Watch, this, Checked(signalfd(-1, &signals, SFD_CLOEXEC)));
 }
 
 Interrupt::~Interrupt() {
-    eventfd_write(wake_, 1);
-    thread_.join();
-    close(wake_);
+    eventfd_write(m_wake, 1);
+    m_thread.join();
+    close(m_wake);
 }
 
 void Interrupt::Watch(int signals) {
-    std::array<pollfd, 2> waits = {{{signals, POLLIN, 0}, {wake_, POLLIN, 0}}};
+    std::array<pollfd, 2> waits = {{{signals, POLLIN, 0}, {m_wake, POLLIN, 0}}};
     Clock::time_point raisedAt;
     while (waits[1].revents == 0) {
         poll(waits.data(), waits.size(), raised() ? kRepeatMs : -1);
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(m_mutex);
         if (waits[0].revents != 0) {
             signalfd_siginfo taken;
             if (read(signals, &taken, sizeof taken) != sizeof taken) {
                 continue;
             }
-            if (exitAtOnce_ || (raised_ && Clock::now() - raisedAt > kSameWish)) {
+            if (m_exitAtOnce || (m_raised && Clock::now() - raisedAt > kSameWish)) {
                 _exit(static_cast<int>(ExitCode::Cancelled));
             }
-            if (!raised_) {
-                raised_ = true;
+            if (!m_raised) {
+                m_raised = true;
                 raisedAt = Clock::now();
-                changed_.notify_all();
+                m_changed.notify_all();
             }
         }
-        if (raised_ && action_) {
-            action_();
+        if (m_raised && m_action) {
+            m_action();
         }
     }
     close(signals);
 }
 
 bool Interrupt::raised() const {
-    const std::lock_guard lock(mutex_);
-    return raised_;
+    const std::lock_guard lock(m_mutex);
+    return m_raised;
 }
 
 bool Interrupt::WaitUntil(Clock::time_point time) const {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_until(lock, time, [this] { return raised_; });
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_until(lock, time, [this] { return m_raised; });
 }
 
 void Interrupt::SetAction(std::function<void()> action) {
-    const std::lock_guard lock(mutex_);
-    action_ = std::move(action);
+    const std::lock_guard lock(m_mutex);
+    m_action = std::move(action);
 }
 
 void Interrupt::SetExitAtOnce(bool on) {
-    const std::lock_guard lock(mutex_);
-    exitAtOnce_ = on;
+    const std::lock_guard lock(m_mutex);
+    m_exitAtOnce = on;
 }
 
 }  // namespace host

@@ -38,13 +38,13 @@ class Interrupt {
  private:
     void Watch(int signals);
 
-    mutable std::mutex mutex_;
-    mutable std::condition_variable changed_;
-    bool raised_ = false;
-    bool exitAtOnce_ = false;
-    std::function<void()> action_;
-    int wake_;  // eventfd: the destructor ends the thread with it
-    std::thread thread_;
+    mutable std::mutex m_mutex;
+    mutable std::condition_variable m_changed;
+    bool m_raised = false;
+    bool m_exitAtOnce = false;
+    std::function<void()> m_action;
+    int m_wake;  // eventfd: the destructor ends the thread with it
+    std::thread m_thread;
 };
 
 }  // namespace host

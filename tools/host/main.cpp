@@ -43,8 +43,8 @@ constexpr std::array<Subcommand, 8> kSubcommands = {{
      "brenholt command TM\n  brenholt --panel 192.168.0.10 command MD 'logs\\old'"},
 }};
 
-// CLI11 takes a list element "[a,b]" apart, though it is a good file name. With this byte behind
-// it, which no argument holds, the element stays whole; Unguarded takes it off again.
+// CLI11 takes a list element "[a,b]" apart, though it is a good file name. With this byte after
+// it, which no argument contains, the element stays whole; Unguarded takes it off again.
 constexpr char kGuard = '\x01';
 
 std::string Guarded(std::string argument) {
@@ -126,7 +126,7 @@ ExitCode Run(const std::vector<std::string>& arguments, Interrupt& interrupt) {
         CLI::App* sub = app.add_subcommand(row.name, row.help);
         sub->fallthrough();
         sub->footer(std::string("Example:\n  ") + row.example +
-                    "\n\nThe options of 'brenholt --help' may stand here too.");
+                    "\n\nThe options of 'brenholt --help' may be given here too.");
         actions.push_back(row.define(*sub));
         AllowAnyText(*sub);
     }

@@ -29,14 +29,14 @@ std::string AsFile(const std::string& path) {
 }  // namespace
 
 Module::Module(const std::string& path)
-    : handle_(dlopen((path.empty() ? FindModule() : AsFile(path)).c_str(), RTLD_NOW | RTLD_LOCAL),
-              &dlclose) {
-    if (!handle_) {
+    : m_handle(dlopen((path.empty() ? FindModule() : AsFile(path)).c_str(), RTLD_NOW | RTLD_LOCAL),
+               &dlclose) {
+    if (!m_handle) {
         // glibc keeps this text per thread. NOLINTNEXTLINE(concurrency-mt-unsafe)
         throw Failure(ExitCode::NoLink, std::string("the module cannot be loaded: ") + dlerror());
     }
-    table_ = static_cast<const BrenholtTable*>(dlsym(handle_.get(), BRENHOLT_TABLE_SYMBOL));
-    if (table_ == nullptr) {
+    m_table = static_cast<const BrenholtTable*>(dlsym(m_handle.get(), BRENHOLT_TABLE_SYMBOL));
+    if (m_table == nullptr) {
         throw Failure(ExitCode::NoLink,
                       "the module has no symbol " BRENHOLT_TABLE_SYMBOL ": not a link module");
     }

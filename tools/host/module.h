@@ -15,11 +15,11 @@ class Module {
     // one. Throws Failure(NoLink) when it cannot be loaded or has no table.
     explicit Module(const std::string& path);
 
-    const BrenholtTable& table() const { return *table_; }
+    const BrenholtTable& table() const { return *m_table; }
 
  private:
-    std::unique_ptr<void, int (*)(void*)> handle_;
-    const BrenholtTable* table_ = nullptr;
+    std::unique_ptr<void, int (*)(void*)> m_handle;
+    const BrenholtTable* m_table = nullptr;
 };
 
 }  // namespace host

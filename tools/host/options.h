@@ -1,4 +1,4 @@
-// What holds for every subcommand.
+// The options of every subcommand.
 #ifndef BRENHOLT_TOOLS_HOST_OPTIONS_H
 #define BRENHOLT_TOOLS_HOST_OPTIONS_H
 

@@ -100,23 +100,23 @@ std::string SizeText(uint64_t bytes) {
     return Format("%.1f %s", size, unit);
 }
 
-Progress::Progress() : terminal_(isatty(STDERR_FILENO) != 0) {
+Progress::Progress() : m_terminal(isatty(STDERR_FILENO) != 0) {
 }
 
 Progress::~Progress() {
-    if (dirty_) {
+    if (m_dirty) {
         std::fputs("\r\x1b[K", stderr);
     }
 }
 
 bool Progress::Due() const {
-    return terminal_ && Clock::now() - last_ >= kProgressInterval;
+    return m_terminal && Clock::now() - m_last >= kProgressInterval;
 }
 
 void Progress::Show(const std::string& text) {
     if (Due()) {
-        last_ = Clock::now();
-        dirty_ = true;
+        m_last = Clock::now();
+        m_dirty = true;
         std::fprintf(stderr, "\r%s\x1b[K", text.c_str());
     }
 }

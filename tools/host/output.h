@@ -1,4 +1,4 @@
-// What the program says: data on stdout, talk on stderr.
+// What the program says: data on stdout, messages on stderr.
 #ifndef BRENHOLT_TOOLS_HOST_OUTPUT_H
 #define BRENHOLT_TOOLS_HOST_OUTPUT_H
 
@@ -20,13 +20,13 @@ using Json = nlohmann::ordered_json;
 void PrintLine(const std::string& line);
 void PrintJson(const Json& object);
 
-// Talk on stderr, with the program's name. All but its line breaks is made harmless.
+// A message on stderr, with the program's name. All but its line breaks is made harmless.
 void Say(const std::string& text);
 
 // Whether all that was printed has been written.
 bool OutputIsWhole();
 
-// A name, in bytes of the locale's charset, as it may stand in a line on stdout: on a terminal it
+// A name, in bytes of the locale's charset, as it may appear in a line on stdout: on a terminal it
 // can do no harm; in a pipe bytes outside the charset stay, so that a script can hand the name
 // back.
 std::string Shown(std::string_view name);
@@ -56,15 +56,15 @@ class Progress {
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    bool shown() const { return terminal_; }
+    bool shown() const { return m_terminal; }
     // Whether an update would be shown now.
     bool Due() const;
     void Show(const std::string& text);
 
  private:
-    bool terminal_;
-    bool dirty_ = false;
-    Clock::time_point last_;
+    bool m_terminal;
+    bool m_dirty = false;
+    Clock::time_point m_last;
 };
 
 }  // namespace host

@@ -26,12 +26,6 @@ struct Unit {
     bool operator==(const Unit&) const = default;
 };
 
-// What a listing gave.
-struct Listing {
-    std::vector<PanelDirEntry> entries;
-    std::string trouble;  // why there are no entries; empty for a folder that was listed
-};
-
 class Session {
  public:
     Session(const Options& options, Interrupt& interrupt);
@@ -39,9 +33,9 @@ class Session {
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
 
-    const Options& options() const { return options_; }
-    const BrenholtTable& table() const { return module_->table(); }
-    Interrupt& interrupt() { return interrupt_; }
+    const Options& options() const { return m_options; }
+    const BrenholtTable& table() const { return m_module->table(); }
+    Interrupt& interrupt() { return m_interrupt; }
 
     // Loads the module and starts the link. Throws Failure(NoLink) with the reason.
     void Listen();
@@ -54,7 +48,7 @@ class Session {
     // Opens the search dialog. Throws Failure(NoPanel) when no target came of it.
     void Choose();
 
-    // Panels heard, in the order of their arrival. The slots that tell kind and version are about
+    // Panels heard, in the order of their arrival. The slots that give kind and version are about
     // the target, so that each panel becomes it for a moment: not to be called after Connect().
     std::vector<Unit> Units();
     bool IsHeard(const std::string& address);
@@ -68,35 +62,17 @@ class Session {
     // Whether the target answers the query for its version words.
     bool Answers();
 
-    // Lists a panel folder. As the table gives 0 entries for a failure too, an empty folder is one
-    // that its parent lists, on a panel that answers.
-    Listing List(const std::u16string& folder);
-
  private:
     // Gives every panel around the time to send a beacon.
     void HearAll();
     std::vector<Unit> Heard();
     void WaitForPanel();
     void TakeOnlyPanel();
-    std::vector<PanelDirEntry> ListOnce(const std::u16string& folder);
 
-    const Options& options_;
-    Interrupt& interrupt_;
-    std::optional<Module> module_;
+    const Options& m_options;
+    Interrupt& m_interrupt;
+    std::optional<Module> m_module;
 };
-
-// A text for the panel, as a command carries it. Throws Failure(Failed) when it is longer than the
-// 255 bytes that a datagram has for it.
-std::u16string PanelText(const std::string& bytes);
-
-// A panel path with `\` as its separator and none at its end.
-std::u16string CleanPanelPath(std::u16string path);
-
-// What stands behind the last separator of a clean path.
-std::u16string LastComponent(const std::u16string& path);
-
-// Both joined with one separator, which an empty folder gets too.
-std::u16string JoinPanelPath(const std::u16string& folder, const std::u16string& name);
 
 }  // namespace host
 

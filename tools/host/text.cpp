@@ -15,6 +15,7 @@
 #include <cstdio>
 #include <memory>
 #include <new>
+#include <system_error>
 
 namespace host {
 namespace {
@@ -172,6 +173,10 @@ std::string Harmless(std::string_view bytes, bool bytesToo) {
         shown.append(mark.begin(), mark.end());
     }
     return ToBytes(shown);
+}
+
+std::string ErrorText(int error) {
+    return std::system_category().message(error);
 }
 
 std::string Format(const char* format, ...) {

@@ -33,6 +33,9 @@ bool IsText(std::u16string_view text);
 // `bytesToo` also bytes outside the charset.
 std::string Harmless(std::string_view bytes, bool bytesToo);
 
+// What the system says of an errno value.
+std::string ErrorText(int error);
+
 // printf into a string.
 [[gnu::format(printf, 1, 2)]] std::string Format(const char* format, ...);
 

@@ -15,7 +15,7 @@ struct Transferred {
     double seconds = 0;
 };
 
-// Runs the slot, with `note` and the time so far as its progress: the table tells no more.
+// Runs the slot, with `note` and the time so far as its progress: the table reports nothing else.
 Transferred Transfer(Session& session, const std::string& note,
                      const std::function<int32_t()>& slot);
 

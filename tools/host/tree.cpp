@@ -5,7 +5,9 @@
 #include <string_view>
 
 #include "tools/host/failure.h"
+#include "tools/host/listing.h"
 #include "tools/host/output.h"
+#include "tools/host/panel_path.h"
 #include "tools/host/session.h"
 #include "tools/host/text.h"
 
@@ -23,7 +25,7 @@ bool IsPlainName(std::string_view name) {
 class Reader {
  public:
     Reader(Session& session, const std::function<void(const Tree&)>& tick)
-        : session_(session), tick_(tick) {}
+        : m_session(session), m_tick(tick) {}
 
     void Read(const std::u16string& remote, const std::string& shown, const std::string& local,
               int depth);
@@ -33,13 +35,13 @@ class Reader {
     void Take(const PanelDirEntry& entry, const std::u16string& remote, const std::string& shown,
               const std::string& local, int depth);
 
-    Session& session_;
-    const std::function<void(const Tree&)>& tick_;
+    Session& m_session;
+    const std::function<void(const Tree&)>& m_tick;
 };
 
 void Reader::Read(const std::u16string& remote, const std::string& shown, const std::string& local,
                   int depth) {
-    const Listing listing = session_.List(remote);
+    const Listing listing = ListFolder(m_session, remote);
     if (!listing.trouble.empty()) {
         if (depth == 0) {
             throw Failure(ExitCode::Failed,
@@ -48,7 +50,7 @@ void Reader::Read(const std::u16string& remote, const std::string& shown, const 
         tree.refused.push_back(shown + ": " + listing.trouble);
     }
     tree.widest = std::max(tree.widest, listing.entries.size());
-    tick_(tree);
+    m_tick(tree);
     for (const PanelDirEntry& entry : listing.entries) {
         Take(entry, remote, shown, local, depth);
     }

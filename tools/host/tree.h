@@ -1,4 +1,4 @@
-// A panel folder with all that is below it, and where its copy stands on this host.
+// A panel folder with all that is below it, and the paths of its copy on this host.
 #ifndef BRENHOLT_TOOLS_HOST_TREE_H
 #define BRENHOLT_TOOLS_HOST_TREE_H
 
@@ -37,7 +37,7 @@ struct TreeFile {
     // Whether the file with the listed size has come since the tree was read.
     bool Arrived() const;
 
-    // Whether the file stood there already with the listed size and time.
+    // Whether the file was there already with the listed size and time.
     bool WasCurrent() const;
 };
 
@@ -50,7 +50,7 @@ struct Tree {
 };
 
 // Lists `remote` and what is below it, in the order in which the module's walk fetches it. Names
-// that could lead out of the folder, what lies too deep, and what goes beyond a million entries is
+// that could lead out of the folder, what lies too deep, and what goes beyond a million entries are
 // refused. Throws Failure(Failed) when the folder itself cannot be listed. `tick` is called for
 // each folder.
 Tree ReadTree(Session& session, const std::u16string& remote, const std::string& local,

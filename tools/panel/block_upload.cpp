@@ -6,32 +6,32 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kMaxBlock = 0x7FFFFFFF;  // the host's block length is a signed word
+constexpr size_t kMaxBlock = 0x7FFFFFFF;  // the host's block length is a signed word
 
 }  // namespace
 
 BlockUpload::Outcome BlockUpload::Take(const Request& request, ByteView datagram) {
-    if (!last_.empty() && std::ranges::equal(datagram, last_)) {
+    if (!m_last.empty() && std::ranges::equal(datagram, m_last)) {
         return Outcome::Taken;
     }
     if (request.digit == kFirstDigit) {
-        block_.text = request.text;
-        block_.bytes.clear();
-    } else if (!running_ || request.digit != NextDigit(digit_) || request.text != block_.text) {
+        m_block.text = request.text;
+        m_block.bytes.clear();
+    } else if (!m_running || request.digit != NextDigit(m_digit) || request.text != m_block.text) {
         return Outcome::Refused;
     }
-    if (request.payload.size() > kMaxBlock - block_.bytes.size()) {
+    if (request.payload.size() > kMaxBlock - m_block.bytes.size()) {
         return Outcome::Refused;
     }
-    block_.bytes.insert(block_.bytes.end(), request.payload.begin(), request.payload.end());
-    last_.assign(datagram.begin(), datagram.end());
-    digit_ = request.digit;
-    running_ = !request.last;
+    m_block.bytes.insert(m_block.bytes.end(), request.payload.begin(), request.payload.end());
+    m_last.assign(datagram.begin(), datagram.end());
+    m_digit = request.digit;
+    m_running = !request.last;
     return request.last ? Outcome::Complete : Outcome::Taken;
 }
 
 MemoryBlock BlockUpload::TakeBlock() {
-    return std::exchange(block_, {});
+    return std::exchange(m_block, {});
 }
 
 }  // namespace tavrin

@@ -23,13 +23,13 @@ class BlockUpload {
     // The complete block, after Outcome::Complete.
     MemoryBlock TakeBlock();
     // Forgets the datagram taken last: what comes next is no repetition.
-    void EndRepetition() { last_.clear(); }
+    void EndRepetition() { m_last.clear(); }
 
  private:
-    bool running_ = false;
-    char digit_ = kFirstDigit;
-    Bytes last_;
-    MemoryBlock block_;
+    bool m_running = false;
+    char m_digit = kFirstDigit;
+    Bytes m_last;
+    MemoryBlock m_block;
 };
 
 }  // namespace tavrin

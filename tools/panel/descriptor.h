@@ -11,24 +11,24 @@ namespace tavrin {
 class Descriptor {
  public:
     Descriptor() = default;
-    explicit Descriptor(int value) : value_(value) {}
-    Descriptor(Descriptor&& other) noexcept : value_(std::exchange(other.value_, -1)) {}
+    explicit Descriptor(int value) : m_value(value) {}
+    Descriptor(Descriptor&& other) noexcept : m_value(std::exchange(other.m_value, -1)) {}
     Descriptor& operator=(Descriptor&& other) noexcept {
-        std::swap(value_, other.value_);
+        std::swap(m_value, other.m_value);
         return *this;
     }
     ~Descriptor() {
-        if (value_ >= 0) {
-            close(value_);
+        if (m_value >= 0) {
+            close(m_value);
         }
     }
 
-    int get() const { return value_; }
-    int release() { return std::exchange(value_, -1); }
-    explicit operator bool() const { return value_ >= 0; }
+    int get() const { return m_value; }
+    int release() { return std::exchange(m_value, -1); }
+    explicit operator bool() const { return m_value >= 0; }
 
  private:
-    int value_ = -1;
+    int m_value = -1;
 };
 
 }  // namespace tavrin

@@ -7,7 +7,7 @@
 
 namespace tavrin {
 
-std::optional<std::uint32_t> ParseIp(const std::string& text) {
+std::optional<uint32_t> ParseIp(const std::string& text) {
     in_addr address{};
     if (inet_pton(AF_INET, text.c_str(), &address) != 1) {
         return std::nullopt;
@@ -15,7 +15,7 @@ std::optional<std::uint32_t> ParseIp(const std::string& text) {
     return ntohl(address.s_addr);
 }
 
-std::string IpText(std::uint32_t ip) {
+std::string IpText(uint32_t ip) {
     const in_addr address{htonl(ip)};
     std::array<char, INET_ADDRSTRLEN> text{};
     return inet_ntop(AF_INET, &address, text.data(), text.size());

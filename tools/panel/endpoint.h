@@ -9,15 +9,15 @@
 namespace tavrin {
 
 struct Endpoint {
-    std::uint32_t ip = 0;  // host byte order
-    std::uint16_t port = 0;
+    uint32_t ip = 0;  // host byte order
+    uint16_t port = 0;
 
     bool operator==(const Endpoint&) const = default;
 };
 
 // The address in dotted decimal, as 32 bits in host byte order; nothing for any other text.
-std::optional<std::uint32_t> ParseIp(const std::string& text);
-std::string IpText(std::uint32_t ip);
+std::optional<uint32_t> ParseIp(const std::string& text);
+std::string IpText(uint32_t ip);
 // "127.0.0.2:10251"
 std::string EndpointText(const Endpoint& endpoint);
 

@@ -31,21 +31,21 @@ enum class Fault {
     Cut,          // the reply is cut to a random shorter length, possibly 0
     Garble,       // one to four bytes of the reply change
 };
-inline constexpr std::size_t kFaultCount = 10;
+inline constexpr size_t kFaultCount = 10;
 
 std::string_view FaultName(Fault fault);
 
 // A set of faults.
 class FaultSet {
  public:
-    void Add(Fault fault) { bits_ |= 1U << static_cast<unsigned>(fault); }
-    bool Has(Fault fault) const { return (bits_ >> static_cast<unsigned>(fault) & 1U) != 0; }
-    bool Empty() const { return bits_ == 0; }
+    void Add(Fault fault) { m_bits |= 1U << static_cast<unsigned>(fault); }
+    bool Has(Fault fault) const { return (m_bits >> static_cast<unsigned>(fault) & 1U) != 0; }
+    bool Empty() const { return m_bits == 0; }
     // "delay+cut"; empty for none.
     std::string Text() const;
 
  private:
-    std::uint32_t bits_ = 0;
+    uint32_t m_bits = 0;
 };
 
 struct FaultRate {
@@ -55,26 +55,17 @@ struct FaultRate {
 
 struct FaultSettings {
     std::array<FaultRate, kFaultCount> rates{};
-    std::uint64_t seed = 1;
+    uint64_t seed = 1;
 
-    FaultRate& operator[](Fault fault) { return rates[static_cast<std::size_t>(fault)]; }
-    const FaultRate& operator[](Fault fault) const {
-        return rates[static_cast<std::size_t>(fault)];
-    }
+    FaultRate& operator[](Fault fault) { return rates[static_cast<size_t>(fault)]; }
+    const FaultRate& operator[](Fault fault) const { return rates[static_cast<size_t>(fault)]; }
 };
-
-// Reads "lose=0.05,delay=0.01:300ms,seed=7": names as FaultName gives them, a probability, and for
-// silence, stall, double and delay a span with its unit (us, ms, s). Throws std::invalid_argument
-// with a message for people.
-FaultSettings ParseFaults(std::string_view text);
-// Reads "300ms"; throws std::invalid_argument.
-Time ParseSpan(std::string_view text);
 
 // One datagram on its way out.
 struct Outgoing {
     Bytes bytes;
     Time due{0};
-    bool other_port = false;
+    bool otherPort = false;
     FaultSet faults;
 };
 
@@ -86,23 +77,23 @@ class FaultPlan {
     // Judges a request that arrives at `now`; the set is empty or says why it is not heard.
     FaultSet Arrive(Time now);
     // Whether a silence holds: beacons are not sent either.
-    bool Silent(Time now) const { return now < silent_until_; }
+    bool Silent(Time now) const { return now < m_silentUntil; }
     // Sends one reply at `now`: appends to `out` what goes on the wire and when, and gives the
-    // faults that befell it. With Lose or Silence in it nothing of this reply is sent.
+    // faults that happened to it. With Lose or Silence in it nothing of this reply is sent.
     FaultSet Apply(Time now, Reply reply, std::vector<Outgoing>& out);
 
  private:
     bool Strikes(Fault fault);
-    std::uint64_t Below(std::uint64_t bound);
+    uint64_t Below(uint64_t bound);
     void Damage(Outgoing& outgoing);
     void Emit(Outgoing outgoing, std::vector<Outgoing>& out);
 
-    FaultSettings settings_;
-    bool active_ = false;
-    std::mt19937_64 random_;
-    Time silent_until_{0};
-    Time stalled_until_{0};
-    std::optional<Outgoing> held_;
+    FaultSettings m_settings;
+    bool m_active = false;
+    std::mt19937_64 m_random;
+    Time m_silentUntil{0};
+    Time m_stalledUntil{0};
+    std::optional<Outgoing> m_held;
 };
 
 }  // namespace tavrin

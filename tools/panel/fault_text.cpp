@@ -1,9 +1,9 @@
+#include "tools/panel/fault_text.h"
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <stdexcept>
-
-#include "tools/panel/fault_plan.h"
 
 namespace tavrin {
 namespace {
@@ -26,8 +26,8 @@ double ParseNumber(std::string_view text, std::string_view whole) {
     return number;
 }
 
-std::uint64_t ParseSeed(std::string_view text) {
-    std::uint64_t seed = 0;
+uint64_t ParseSeed(std::string_view text) {
+    uint64_t seed = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), seed);
     if (error != std::errc{} || end != text.data() + text.size()) {
         Reject("not a seed", text);
@@ -41,7 +41,7 @@ bool HasSpan(Fault fault) {
 }
 
 Fault ParseFault(std::string_view name) {
-    for (std::size_t i = 0; i < kFaultCount; ++i) {
+    for (size_t i = 0; i < kFaultCount; ++i) {
         if (FaultName(static_cast<Fault>(i)) == name) {
             return static_cast<Fault>(i);
         }
@@ -50,7 +50,7 @@ Fault ParseFault(std::string_view name) {
 }
 
 void ParseItem(std::string_view item, FaultSettings& settings) {
-    const std::size_t equals = item.find('=');
+    const size_t equals = item.find('=');
     if (equals == std::string_view::npos) {
         Reject("expected NAME=VALUE", item);
     }
@@ -61,7 +61,7 @@ void ParseItem(std::string_view item, FaultSettings& settings) {
         return;
     }
     const Fault fault = ParseFault(name);
-    const std::size_t colon = value.find(':');
+    const size_t colon = value.find(':');
     FaultRate& rate = settings[fault];
     rate.probability = ParseNumber(value.substr(0, colon), item);
     if (rate.probability > 1) {
@@ -78,7 +78,7 @@ void ParseItem(std::string_view item, FaultSettings& settings) {
 }  // namespace
 
 Time ParseSpan(std::string_view text) {
-    const std::size_t end = std::min(text.find_first_not_of("0123456789."), text.size());
+    const size_t end = std::min(text.find_first_not_of("0123456789."), text.size());
     const std::string_view unit = text.substr(end);
     const double factor = unit == "us" ? 1e3 : unit == "ms" ? 1e6 : unit == "s" ? 1e9 : 0;
     if (factor == 0) {
@@ -96,7 +96,7 @@ FaultSettings ParseFaults(std::string_view text) {
     settings[Fault::Delay].span = kDefaultDelay;
     settings[Fault::Stall].span = kDefaultStall;
     while (!text.empty()) {
-        const std::size_t end = std::min(text.find(','), text.size());
+        const size_t end = std::min(text.find(','), text.size());
         ParseItem(text.substr(0, end), settings);
         text.remove_prefix(std::min(end + 1, text.size()));
     }

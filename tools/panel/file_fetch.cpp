@@ -5,47 +5,47 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kMarker = 3;
+constexpr size_t kMarker = 3;
 
 }  // namespace
 
 bool FileFetch::Read(const Storage& storage, const Request& request, Bytes& reply) {
-    if (request.offset == 0 || !file_ || request.text != path_) {
-        path_ = request.text;
-        file_ = storage.Open(path_);
-        next_.clear();
+    if (request.offset == 0 || !m_file || request.text != m_path) {
+        m_path = request.text;
+        m_file = storage.Open(m_path);
+        m_next.clear();
     }
-    if (!file_ || request.offset > file_->size()) {
+    if (!m_file || request.offset > m_file->size()) {
         return false;
     }
-    if ((next_.empty() || next_at_ != request.offset) && !Prepare(request.offset)) {
+    if ((m_next.empty() || m_nextAt != request.offset) && !Prepare(request.offset)) {
         return false;
     }
-    next_at_ += next_.size() - kFetchHead;
+    m_nextAt += m_next.size() - kFetchHead;
     reply.clear();
-    reply.swap(next_);
+    reply.swap(m_next);
     return true;
 }
 
 void FileFetch::WorkAhead() {
-    if (file_ && next_.empty() && next_at_ < file_->size()) {
-        Prepare(next_at_);
+    if (m_file && m_next.empty() && m_nextAt < m_file->size()) {
+        Prepare(m_nextAt);
     }
 }
 
-bool FileFetch::Prepare(std::uint64_t offset) {
+bool FileFetch::Prepare(uint64_t offset) {
     const auto wanted =
-        static_cast<std::size_t>(std::min<std::uint64_t>(kFetchData, file_->size() - offset));
-    next_at_ = offset;
-    next_.reserve(kMaxDatagram);
-    next_.assign({'A', 'C', 'K'});
-    next_.resize(kFetchHead + wanted);
-    next_[kMarker] = offset + wanted == file_->size() ? '0' : '+';
-    WriteRecord(std::span(next_).subspan(kFetchRecord), file_->record());
-    // The check behind the read holds for what was read: it was in the file before any change.
-    const bool read = file_->Read(offset, std::span(next_).subspan(kFetchHead)) == wanted;
-    if (!read || !file_->Unchanged()) {
-        next_.clear();
+        static_cast<size_t>(std::min<uint64_t>(kFetchData, m_file->size() - offset));
+    m_nextAt = offset;
+    m_next.reserve(kMaxDatagram);
+    m_next.assign({'A', 'C', 'K'});
+    m_next.resize(kFetchHead + wanted);
+    m_next[kMarker] = offset + wanted == m_file->size() ? '0' : '+';
+    WriteRecord(std::span(m_next).subspan(kFetchRecord), m_file->record());
+    // Checked after the read: what was read was in the file before any change.
+    const bool read = m_file->Read(offset, std::span(m_next).subspan(kFetchHead)) == wanted;
+    if (!read || !m_file->Unchanged()) {
+        m_next.clear();
         return false;
     }
     return true;

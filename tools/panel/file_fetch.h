@@ -18,24 +18,24 @@
 
 namespace tavrin {
 
-inline constexpr std::size_t kFetchHead = 37;
-inline constexpr std::size_t kFetchRecord = 5;
-inline constexpr std::size_t kFetchData = kMaxDatagram - kFetchHead;
+inline constexpr size_t kFetchHead = 37;
+inline constexpr size_t kFetchRecord = 5;
+inline constexpr size_t kFetchData = kMaxDatagram - kFetchHead;
 
 class FileFetch {
  public:
-    // False is a refusal: no such file, an offset behind its end, a file that changed.
+    // False is a refusal: no such file, an offset past its end, a file that changed.
     bool Read(const Storage& storage, const Request& request, Bytes& reply);
     // Between two requests: makes the reply ready that the host will want next.
     void WorkAhead();
 
  private:
-    bool Prepare(std::uint64_t offset);
+    bool Prepare(uint64_t offset);
 
-    std::string path_;
-    std::optional<StoredFile> file_;
-    Bytes next_;  // the reply to a request for next_at_; empty while it is not made
-    std::uint64_t next_at_ = 0;
+    std::string m_path;
+    std::optional<StoredFile> m_file;
+    Bytes m_next;  // the reply to a request for m_nextAt; empty while it is not made
+    uint64_t m_nextAt = 0;
 };
 
 }  // namespace tavrin

@@ -17,27 +17,27 @@
 
 namespace tavrin {
 
-inline constexpr std::size_t kRecordSize = 25;  // fixed part, name not counted
-inline constexpr std::size_t kRecordNameLength = 24;
-inline constexpr std::uint32_t kAttributeReadOnly = 0x01;
-inline constexpr std::uint32_t kAttributeFolder = 0x10;
-inline constexpr std::uint32_t kAttributeArchive = 0x20;
+inline constexpr size_t kRecordSize = 25;  // fixed part, name not counted
+inline constexpr size_t kRecordNameLength = 24;
+inline constexpr uint32_t kAttributeReadOnly = 0x01;
+inline constexpr uint32_t kAttributeFolder = 0x10;
+inline constexpr uint32_t kAttributeArchive = 0x20;
 
 struct FileRecord {
-    std::uint32_t size = 0;
-    std::uint64_t time = 0;
-    std::uint32_t attributes = 0;
-    std::uint64_t reserved = 0;
-    std::uint8_t name_length = 0;
+    uint32_t size = 0;
+    uint64_t time = 0;
+    uint32_t attributes = 0;
+    uint64_t reserved = 0;
+    uint8_t nameLength = 0;
 };
 
 // `bytes` holds at least kRecordSize bytes.
 FileRecord ReadRecord(ByteView bytes);
-void WriteRecord(std::span<std::uint8_t> bytes, const FileRecord& record);
+void WriteRecord(std::span<uint8_t> bytes, const FileRecord& record);
 
 // Times before 1601 become 0.
-std::uint64_t WireTime(const timespec& time);
-timespec DiskTime(std::uint64_t time);
+uint64_t WireTime(const timespec& time);
+timespec DiskTime(uint64_t time);
 
 }  // namespace tavrin
 

@@ -8,10 +8,10 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kMaxSize = 0x7FFFFFFF;  // hosts count what they have sent in 31 bits
-constexpr std::size_t kLengthWrap = 256;
-constexpr std::size_t kLongestPath = 259;
-constexpr std::uint32_t kAttributeMask = 0xFF;
+constexpr size_t kMaxSize = 0x7FFFFFFF;  // hosts count what they have sent in 31 bits
+constexpr size_t kLengthWrap = 256;
+constexpr size_t kLongestPath = 259;
+constexpr uint32_t kAttributeMask = 0xFF;
 
 struct Parts {
     FileRecord record;
@@ -21,7 +21,7 @@ struct Parts {
 };
 
 // The name in an area of `size` bytes; nothing without a zero byte in it.
-std::optional<std::string_view> NameIn(ByteView payload, std::size_t size) {
+std::optional<std::string_view> NameIn(ByteView payload, size_t size) {
     if (payload.size() < kRecordSize + size) {
         return std::nullopt;
     }
@@ -31,7 +31,7 @@ std::optional<std::string_view> NameIn(ByteView payload, std::size_t size) {
         return std::nullopt;
     }
     return std::string_view(reinterpret_cast<const char*>(area.data()),
-                            static_cast<std::size_t>(end - area.begin()));
+                            static_cast<size_t>(end - area.begin()));
 }
 
 bool IsPlainName(std::string_view name) {
@@ -49,9 +49,9 @@ std::optional<Parts> ParsePayload(ByteView payload) {
         record.attributes > kAttributeMask) {
         return std::nullopt;
     }
-    std::size_t area = record.name_length + std::size_t{1};
+    size_t area = record.nameLength + size_t{1};
     auto name = NameIn(payload, area);
-    if (!name && record.name_length + kLengthWrap <= kLongestPath) {
+    if (!name && record.nameLength + kLengthWrap <= kLongestPath) {
         area += kLengthWrap;
         name = NameIn(payload, area);
     }
@@ -81,63 +81,63 @@ std::string TargetPath(const Storage& storage, std::string_view text, std::strin
 
 bool FileUpload::Take(const Storage& storage, const Request& request, ByteView datagram) {
     const bool first = request.digit == kFirstDigit;
-    if (!first && request.digit == digit_ && std::ranges::equal(datagram, last_)) {
+    if (!first && request.digit == m_digit && std::ranges::equal(datagram, m_last)) {
         return true;
     }
     WorkAhead();
     if (!(first ? Begin(storage, request) : Continue(request))) {
         return false;
     }
-    digit_ = request.digit;
-    last_.assign(datagram.begin(), datagram.end());
-    return left_ > 0 || Finish();
+    m_digit = request.digit;
+    m_last.assign(datagram.begin(), datagram.end());
+    return m_left > 0 || Finish();
 }
 
 void FileUpload::WorkAhead() {
-    const ByteView data = ByteView(last_).last(std::exchange(unwritten_, 0));
-    if (file_ && !data.empty() && !file_->Append(data)) {
-        file_.reset();
+    const ByteView data = ByteView(m_last).last(std::exchange(m_unwritten, 0));
+    if (m_file && !data.empty() && !m_file->Append(data)) {
+        m_file.reset();
     }
 }
 
 bool FileUpload::Begin(const Storage& storage, const Request& request) {
-    file_.reset();
-    last_.clear();
+    m_file.reset();
+    m_last.clear();
     const auto parts = ParsePayload(request.payload);
     if (!parts) {
         return false;
     }
-    text_ = request.text;
-    record_ = parts->record;
-    left_ = record_.size;
-    head_.assign(parts->head.begin(), parts->head.end());
-    file_ = storage.Create(TargetPath(storage, request.text, parts->name));
-    return file_ && Accept(parts->data);
+    m_text = request.text;
+    m_record = parts->record;
+    m_left = m_record.size;
+    m_head.assign(parts->head.begin(), parts->head.end());
+    m_file = storage.Create(TargetPath(storage, request.text, parts->name));
+    return m_file && Accept(parts->data);
 }
 
 bool FileUpload::Continue(const Request& request) {
-    if (!file_ || request.digit != NextDigit(digit_) || request.text != text_) {
+    if (!m_file || request.digit != NextDigit(m_digit) || request.text != m_text) {
         return false;
     }
     const auto parts = ParsePayload(request.payload);
-    return parts && std::ranges::equal(parts->head, head_) && Accept(parts->data);
+    return parts && std::ranges::equal(parts->head, m_head) && Accept(parts->data);
 }
 
 bool FileUpload::Accept(ByteView data) {
-    if (data.size() > left_) {
+    if (data.size() > m_left) {
         return false;
     }
-    left_ -= data.size();
-    unwritten_ = data.size();
+    m_left -= data.size();
+    m_unwritten = data.size();
     return true;
 }
 
 bool FileUpload::Finish() {
     WorkAhead();
-    const bool stored = file_ && file_->Finish(record_.time);
-    file_.reset();
+    const bool stored = m_file && m_file->Finish(m_record.time);
+    m_file.reset();
     if (!stored) {
-        last_.clear();  // sent again, it is refused again
+        m_last.clear();  // sent again, it is refused again
     }
     return stored;
 }

@@ -1,11 +1,11 @@
 // One file that a host sends (DL).
 //
-// Payload of each datagram:  0  file record   25  name area   behind it  file data
+// Payload of each datagram:  0  file record   25  name area   then  file data
 //
 // The record's length byte counts the host's absolute path, and the name area has one byte more
 // than that: in it the file's short name, a zero byte, and bytes without meaning. A path of 256
-// bytes or more shows in the length byte as 256 less; it is told from a short one by a name that
-// has no end in the smaller area.
+// bytes or more shows in the length byte as 256 less; it is recognised by a name that has no
+// end in the smaller area.
 //
 // The request's text says where the file goes: a path, or a folder (it ends in a separator, or a
 // folder of that name exists) that takes the file under its short name. The file appears there when
@@ -39,14 +39,14 @@ class FileUpload {
     bool Accept(ByteView data);
     bool Finish();
 
-    std::unique_ptr<NewFile> file_;  // while a transfer runs
-    char digit_ = kFirstDigit;
-    Bytes last_;                 // the datagram taken last, whole
-    std::size_t unwritten_ = 0;  // bytes at its end that are not in the file yet
-    Bytes head_;  // record and short name, which every datagram of the transfer repeats
-    std::string text_;
-    FileRecord record_;
-    std::uint64_t left_ = 0;  // bytes still to come
+    std::unique_ptr<NewFile> m_file;  // while a transfer runs
+    char m_digit = kFirstDigit;
+    Bytes m_last;            // the datagram taken last, whole
+    size_t m_unwritten = 0;  // bytes at its end that are not in the file yet
+    Bytes m_head;            // record and short name, which every datagram of the transfer repeats
+    std::string m_text;
+    FileRecord m_record;
+    uint64_t m_left = 0;  // bytes still to come
 };
 
 }  // namespace tavrin

@@ -3,19 +3,19 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kMarkerAt = 3;
-constexpr std::size_t kCount = 5;
-constexpr std::size_t kFirstRecord = 6;
+constexpr size_t kMarkerAt = 3;
+constexpr size_t kCount = 5;
+constexpr size_t kFirstRecord = 6;
 
 Bytes EmptyPage() {
     return {'A', 'C', 'K', '0', 0, 0};
 }
 
 void AppendRecord(Bytes& page, const StorageEntry& entry) {
-    const std::size_t at = page.size();
+    const size_t at = page.size();
     page.resize(at + kRecordSize);
     FileRecord record = entry.record;
-    record.name_length = static_cast<std::uint8_t>(entry.name.size());
+    record.nameLength = static_cast<uint8_t>(entry.name.size());
     WriteRecord(std::span(page).subspan(at), record);
     page.insert(page.end(), entry.name.begin(), entry.name.end());
     ++page[kCount];
@@ -43,26 +43,26 @@ const Bytes* Listing::Page(const Storage& storage, const Request& request) {
     if (request.digit == kFirstDigit) {
         const auto entries = storage.List(request.text);
         if (!entries) {
-            pages_.clear();
+            m_pages.clear();
             return nullptr;
         }
-        folder_ = request.text;
-        pages_ = MakePages(*entries);
-        page_ = 0;
-        digit_ = kFirstDigit;
-        return &pages_.front();
+        m_folder = request.text;
+        m_pages = MakePages(*entries);
+        m_page = 0;
+        m_digit = kFirstDigit;
+        return &m_pages.front();
     }
-    if (pages_.empty() || request.text != folder_) {
+    if (m_pages.empty() || request.text != m_folder) {
         return nullptr;
     }
-    if (request.digit != digit_) {
-        if (request.digit != NextDigit(digit_) || page_ + 1 == pages_.size()) {
+    if (request.digit != m_digit) {
+        if (request.digit != NextDigit(m_digit) || m_page + 1 == m_pages.size()) {
             return nullptr;
         }
-        ++page_;
-        digit_ = request.digit;
+        ++m_page;
+        m_digit = request.digit;
     }
-    return &pages_[page_];
+    return &m_pages[m_page];
 }
 
 }  // namespace tavrin

@@ -17,7 +17,7 @@
 
 namespace tavrin {
 
-inline constexpr std::size_t kMaxPageRecords = 55;
+inline constexpr size_t kMaxPageRecords = 55;
 
 // The pages of a listing; at least one, even for an empty folder.
 std::vector<Bytes> MakePages(const std::vector<StorageEntry>& entries);
@@ -28,10 +28,10 @@ class Listing {
     const Bytes* Page(const Storage& storage, const Request& request);
 
  private:
-    std::string folder_;
-    std::vector<Bytes> pages_;
-    std::size_t page_ = 0;
-    char digit_ = kFirstDigit;
+    std::string m_folder;
+    std::vector<Bytes> m_pages;
+    size_t m_page = 0;
+    char m_digit = kFirstDigit;
 };
 
 }  // namespace tavrin

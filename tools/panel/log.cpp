@@ -5,44 +5,43 @@
 namespace tavrin {
 
 void Log::Add(LogEntry entry) {
-    if (max_entries_ == 0) {
+    if (m_maxEntries == 0) {
         return;
     }
     {
-        const std::lock_guard lock(mutex_);
-        if (entries_.size() == max_entries_) {
-            entries_.pop_front();
+        const std::lock_guard lock(m_mutex);
+        if (m_entries.size() == m_maxEntries) {
+            m_entries.pop_front();
         }
-        entries_.push_back(std::move(entry));
+        m_entries.push_back(std::move(entry));
     }
-    changed_.notify_all();
+    m_changed.notify_all();
 }
 
 Log::Entries Log::Snapshot() const {
-    const std::lock_guard lock(mutex_);
-    return entries_;
+    const std::lock_guard lock(m_mutex);
+    return m_entries;
 }
 
 void Log::Clear() {
-    const std::lock_guard lock(mutex_);
-    entries_.clear();
+    const std::lock_guard lock(m_mutex);
+    m_entries.clear();
 }
 
 bool Log::WaitUntil(const std::function<bool(const Entries&)>& done,
                     std::chrono::milliseconds limit) {
-    std::unique_lock lock(mutex_);
-    return changed_.wait_for(lock, limit, [&] { return done(entries_); });
+    std::unique_lock lock(m_mutex);
+    return m_changed.wait_for(lock, limit, [&] { return done(m_entries); });
 }
 
-bool Log::WaitForCount(std::size_t panel, Event event, std::size_t count,
-                       std::chrono::milliseconds limit) {
+bool Log::WaitForCount(size_t panel, Event event, size_t count, std::chrono::milliseconds limit) {
     const auto wanted = [&](const LogEntry& entry) {
         return entry.panel == panel && entry.event == event;
     };
     return WaitUntil(
         [&](const Entries& entries) {
-            return static_cast<std::size_t>(
-                       std::count_if(entries.begin(), entries.end(), wanted)) >= count;
+            return static_cast<size_t>(std::count_if(entries.begin(), entries.end(), wanted)) >=
+                   count;
         },
         limit);
 }

@@ -27,7 +27,7 @@ enum class Event {
 struct LogEntry {
     Time time{0};  // since the server was made
     Event event = Event::Request;
-    std::size_t panel = 0;  // index of the panel
+    size_t panel = 0;  // index of the panel
     Endpoint source;
     Endpoint destination;
     Bytes bytes;  // the whole datagram
@@ -39,10 +39,9 @@ class Log {
  public:
     using Entries = std::deque<LogEntry>;
 
-    explicit Log(std::size_t max_entries) : max_entries_(max_entries) {}
+    // `maxEntries`: how many are kept; 0 keeps none and costs nothing.
+    explicit Log(size_t maxEntries) : m_maxEntries(maxEntries) {}
 
-    // How many entries are kept; 0 keeps none and costs nothing.
-    std::size_t max_entries() const { return max_entries_; }
     void Add(LogEntry entry);
     Entries Snapshot() const;
     void Clear();
@@ -51,14 +50,13 @@ class Log {
     bool WaitUntil(const std::function<bool(const Entries&)>& done,
                    std::chrono::milliseconds limit);
     // Waits for `count` entries of one panel and one kind.
-    bool WaitForCount(std::size_t panel, Event event, std::size_t count,
-                      std::chrono::milliseconds limit);
+    bool WaitForCount(size_t panel, Event event, size_t count, std::chrono::milliseconds limit);
 
  private:
-    const std::size_t max_entries_;
-    mutable std::mutex mutex_;
-    std::condition_variable changed_;
-    Entries entries_;
+    const size_t m_maxEntries;
+    mutable std::mutex m_mutex;
+    std::condition_variable m_changed;
+    Entries m_entries;
 };
 
 }  // namespace tavrin

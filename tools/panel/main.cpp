@@ -17,17 +17,17 @@ namespace {
 constexpr int kCannotRun = 1;
 
 // CRC-32 as gzip and zlib have it.
-std::uint32_t Crc32(ByteView bytes) {
-    constexpr std::uint32_t kPolynomial = 0xEDB88320;
-    std::array<std::uint32_t, 256> table{};
-    for (std::uint32_t i = 0; i < table.size(); ++i) {
+uint32_t Crc32(ByteView bytes) {
+    constexpr uint32_t kPolynomial = 0xEDB88320;
+    std::array<uint32_t, 256> table{};
+    for (uint32_t i = 0; i < table.size(); ++i) {
         table[i] = i;
         for (int bit = 0; bit < 8; ++bit) {
             table[i] = table[i] >> 1 ^ ((table[i] & 1) != 0 ? kPolynomial : 0);
         }
     }
-    std::uint32_t crc = ~0U;
-    for (const std::uint8_t byte : bytes) {
+    uint32_t crc = ~0U;
+    for (const uint8_t byte : bytes) {
         crc = crc >> 8 ^ table[(crc ^ byte) & 0xFF];
     }
     return ~crc;
@@ -36,26 +36,26 @@ std::uint32_t Crc32(ByteView bytes) {
 // What happens to each datagram: counted, shown, captured.
 class Watcher {
  public:
-    Watcher(const Options& options) : log_(options.log) {
+    Watcher(const Options& options) : m_log(options.log) {
         if (!options.pcap.empty()) {
-            pcap_.emplace(options.pcap, std::chrono::system_clock::now());
+            m_pcap.emplace(options.pcap, std::chrono::system_clock::now());
         }
     }
 
     void See(const LogEntry& entry) {
-        ++counts_[static_cast<std::size_t>(entry.event)];
-        if (log_) {
+        ++m_counts[static_cast<size_t>(entry.event)];
+        if (m_log) {
             std::puts(DescribeEntry(entry).c_str());
         }
-        if (pcap_) {
+        if (m_pcap) {
             Capture(entry);
         }
     }
 
-    bool capture_failed() const { return capture_failed_; }
+    bool CaptureFailed() const { return m_captureFailed; }
 
     void Summarise() const {
-        const auto count = [&](Event event) { return counts_[static_cast<std::size_t>(event)]; };
+        const auto count = [&](Event event) { return m_counts[static_cast<size_t>(event)]; };
         std::printf(
             "%zu requests, %zu replies, %zu beacons; lost to faults: %zu requests, %zu replies\n",
             count(Event::Request), count(Event::Reply), count(Event::Beacon),
@@ -65,18 +65,18 @@ class Watcher {
  private:
     void Capture(const LogEntry& entry) {
         try {
-            pcap_->Write(entry);
+            m_pcap->Write(entry);
         } catch (const std::system_error& error) {
             std::fprintf(stderr, "tavrin-panel: %s\n", error.what());
-            capture_failed_ = true;
-            pcap_.reset();
+            m_captureFailed = true;
+            m_pcap.reset();
         }
     }
 
-    const bool log_;
-    bool capture_failed_ = false;
-    std::optional<PcapWriter> pcap_;
-    std::array<std::size_t, 5> counts_{};
+    const bool m_log;
+    bool m_captureFailed = false;
+    std::optional<PcapWriter> m_pcap;
+    std::array<size_t, 5> m_counts{};
 };
 
 void ShowBlock(const std::string& address, const MemoryBlock& block) {
@@ -103,14 +103,14 @@ int Run(Options options) {
 
     Watcher watcher(options);
     ServerSettings settings;
-    settings.log_entries = 0;
+    settings.logEntries = 0;
     settings.spin = options.spin;
     if (!options.quiet || !options.pcap.empty()) {
         settings.observer = [&](const LogEntry& entry) { watcher.See(entry); };
     }
     for (PanelSettings& panel : options.panels) {
         if (!options.quiet) {
-            panel.block_observer = [address = panel.address](const MemoryBlock& block) {
+            panel.blockObserver = [address = panel.address](const MemoryBlock& block) {
                 ShowBlock(address, block);
             };
         }
@@ -124,17 +124,17 @@ int Run(Options options) {
     if (!options.quiet) {
         watcher.Summarise();
     }
-    return watcher.capture_failed() ? kCannotRun : 0;
+    return watcher.CaptureFailed() ? kCannotRun : 0;
 }
 
 }  // namespace
 }  // namespace tavrin
 
 int main(int argc, char** argv) {
-    int exit_code = 0;
-    auto options = tavrin::ParseOptions(argc, argv, exit_code);
+    int exitCode = 0;
+    auto options = tavrin::ParseOptions(argc, argv, exitCode);
     if (!options) {
-        return exit_code;
+        return exitCode;
     }
     try {
         return tavrin::Run(std::move(*options));

@@ -8,6 +8,7 @@
 #include <stdexcept>
 
 #include "tools/panel/beacon.h"
+#include "tools/panel/fault_text.h"
 #include "tools/panel/script.h"
 
 namespace tavrin {
@@ -50,7 +51,7 @@ Exit codes: 0 ended by SIGINT or SIGTERM, 1 cannot run or cannot write, 2 wrong 
 
 // "1.23" in hundredths.
 int ParseVersion(const std::string& text) {
-    const std::size_t dot = text.find('.');
+    const size_t dot = text.find('.');
     const std::string digits =
         text.substr(0, dot) + (dot < text.size() ? text.substr(dot + 1) : "");
     if (dot == std::string::npos || dot == 0 || dot > 2 || text.size() != dot + 3 ||
@@ -67,18 +68,18 @@ std::string ReadFile(const std::string& path) {
 
 // What holds for all panels.
 struct Shared {
-    std::string beacon_interval = "1s";
+    std::string beaconInterval = "1s";
     std::string descriptor;
     std::string host = "127.0.0.1";
     std::string faults;
-    std::optional<std::uint64_t> seed;
+    std::optional<uint64_t> seed;
     std::string script;
-    bool no_beacon = false;
+    bool noBeacon = false;
 };
 
-void Complete(PanelSettings& panel, const Shared& shared, std::uint64_t index) {
-    panel.beacon.enabled = !shared.no_beacon;
-    panel.beacon.interval = ParseSpan(shared.beacon_interval);
+void Complete(PanelSettings& panel, const Shared& shared, uint64_t index) {
+    panel.beacon.enabled = !shared.noBeacon;
+    panel.beacon.interval = ParseSpan(shared.beaconInterval);
     if (!shared.descriptor.empty()) {
         panel.beacon.raw = MakeBeacon(shared.descriptor);
     }
@@ -98,7 +99,7 @@ void Complete(PanelSettings& panel, const Shared& shared, std::uint64_t index) {
 }  // namespace
 
 PanelSettings ParsePanel(const std::string& text) {
-    const std::size_t equals = text.find('=');
+    const size_t equals = text.find('=');
     if (equals == std::string::npos) {
         throw std::invalid_argument("expected ADDRESS=FOLDER: '" + text + "'");
     }
@@ -129,7 +130,7 @@ PanelSettings ParsePanel(const std::string& text) {
     return panel;
 }
 
-std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit_code) {
+std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exitCode) {
     Options options;
     Shared shared;
     std::vector<std::string> panels;
@@ -143,12 +144,12 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit
     app.add_option("--host", shared.host, "Where beacons go; may be a broadcast address")
         ->type_name("ADDRESS")
         ->capture_default_str();
-    app.add_option("--beacon-interval", shared.beacon_interval, "Time between two beacons")
+    app.add_option("--beacon-interval", shared.beaconInterval, "Time between two beacons")
         ->type_name("SPAN")
         ->capture_default_str();
     app.add_option("--descriptor", shared.descriptor,
                    "Beacon text, instead of PROJECT_CPU_VERSION");
-    app.add_flag("--no-beacon", shared.no_beacon, "Send no beacons");
+    app.add_flag("--no-beacon", shared.noBeacon, "Send no beacons");
     app.add_option("--fault", shared.faults, "Faults, separated by commas; see below")
         ->type_name("LIST");
     app.add_option("--seed", shared.seed, "Seed of the faults, instead of the list's own");
@@ -170,11 +171,11 @@ std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit
             Complete(options.panels.back(), shared, options.panels.size() - 1);
         }
     } catch (const CLI::ParseError& error) {
-        exit_code = app.exit(error) == 0 ? 0 : kUsageError;
+        exitCode = app.exit(error) == 0 ? 0 : kUsageError;
         return std::nullopt;
     } catch (const std::invalid_argument& error) {
         std::cerr << "tavrin-panel: " << error.what() << '\n';
-        exit_code = kUsageError;
+        exitCode = kUsageError;
         return std::nullopt;
     }
     return options;

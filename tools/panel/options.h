@@ -18,9 +18,9 @@ struct Options {
     bool quiet = false;
 };
 
-// Reads the command line. Nothing when the program is to end with `exit_code`: help was asked for,
-// or something is wrong; either has been said already.
-std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exit_code);
+// Reads the command line. Nothing when the program is to end with `exitCode`: help was asked for,
+// or something is wrong; the message is printed already.
+std::optional<Options> ParseOptions(int argc, const char* const* argv, int& exitCode);
 
 // Reads "ADDRESS=FOLDER[:PROJECT[:ARM|X86[:VERSION]]]"; throws std::invalid_argument.
 PanelSettings ParsePanel(const std::string& text);

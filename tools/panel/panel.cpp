@@ -17,16 +17,16 @@ void Say(Bytes& reply, std::string_view text) {
 }  // namespace
 
 Panel::Panel(const std::filesystem::path& root, Identity identity)
-    : storage_(root), identity_(std::move(identity)) {
+    : m_storage(root), m_identity(std::move(identity)) {
 }
 
 void Panel::SetBlockObserver(std::function<void(const MemoryBlock&)> observer) {
-    block_observer_ = std::move(observer);
+    m_blockObserver = std::move(observer);
 }
 
 void Panel::Receive(const Endpoint& host, ByteView datagram, Replies& replies) {
     replies.clear();
-    if (hook_ && hook_(*this, host, datagram, replies)) {
+    if (m_hook && m_hook(*this, host, datagram, replies)) {
         return;
     }
     Reply reply;
@@ -36,7 +36,7 @@ void Panel::Receive(const Endpoint& host, ByteView datagram, Replies& replies) {
 }
 
 void Panel::WorkAhead() {
-    for (Session& session : sessions_) {
+    for (Session& session : m_sessions) {
         session.fetch.WorkAhead();
         session.upload.WorkAhead();
     }
@@ -60,18 +60,18 @@ bool Panel::Answer(const Endpoint& host, ByteView datagram, Bytes& reply) {
 }
 
 Panel::Session& Panel::SessionOf(const Endpoint& host) {
-    auto found = std::find_if(sessions_.begin(), sessions_.end(),
+    auto found = std::find_if(m_sessions.begin(), m_sessions.end(),
                               [&](const Session& session) { return session.ip == host.ip; });
-    if (found == sessions_.end()) {
-        if (sessions_.size() == kMaxHosts) {
-            sessions_.erase(std::min_element(
-                sessions_.begin(), sessions_.end(),
-                [](const Session& a, const Session& b) { return a.last_used < b.last_used; }));
+    if (found == m_sessions.end()) {
+        if (m_sessions.size() == kMaxHosts) {
+            m_sessions.erase(std::min_element(
+                m_sessions.begin(), m_sessions.end(),
+                [](const Session& a, const Session& b) { return a.lastUsed < b.lastUsed; }));
         }
-        found = sessions_.emplace(sessions_.end());
+        found = m_sessions.emplace(m_sessions.end());
         found->ip = host.ip;
     }
-    found->last_used = ++requests_;
+    found->lastUsed = ++m_requests;
     return *found;
 }
 
@@ -84,22 +84,22 @@ void Panel::Dispatch(Session& session, const Request& request, ByteView datagram
             Say(reply, IdentityText());
             return;
         case Command::DR:
-            if (const Bytes* const page = session.listing.Page(storage_, request)) {
+            if (const Bytes* const page = session.listing.Page(m_storage, request)) {
                 reply = *page;
             } else {
                 Say(reply, kNak);
             }
             return;
         case Command::UP:
-            if (!session.fetch.Read(storage_, request, reply)) {
+            if (!session.fetch.Read(m_storage, request, reply)) {
                 Say(reply, kNak);
             }
             return;
         case Command::DL: {
-            const bool taken = session.upload.Take(storage_, request, datagram);
+            const bool taken = session.upload.Take(m_storage, request, datagram);
             Say(reply, taken ? kAck : kNak);
             if (taken) {
-                reply.push_back(static_cast<std::uint8_t>(request.digit));
+                reply.push_back(static_cast<uint8_t>(request.digit));
             }
             return;
         }
@@ -114,13 +114,13 @@ void Panel::Dispatch(Session& session, const Request& request, ByteView datagram
 bool Panel::Decide(const Request& request) const {
     switch (request.command) {
         case Command::RM:
-            return storage_.RemoveFile(request.text);
+            return m_storage.RemoveFile(request.text);
         case Command::MD:
-            return storage_.MakeFolder(request.text);
+            return m_storage.MakeFolder(request.text);
         case Command::FF:
-            return storage_.KindOf(request.text) == Kind::File;
+            return m_storage.KindOf(request.text) == Kind::File;
         case Command::FD:
-            return storage_.KindOf(request.text) == Kind::Folder;
+            return m_storage.KindOf(request.text) == Kind::Folder;
         default:  // TM, EX and CL ask for no more than a sign of life
             return true;
     }
@@ -129,12 +129,12 @@ bool Panel::Decide(const Request& request) const {
 bool Panel::TakeBlock(Session& session, const Request& request, ByteView datagram) {
     const BlockUpload::Outcome outcome = session.block.Take(request, datagram);
     if (outcome == BlockUpload::Outcome::Complete) {
-        blocks_.push_back(session.block.TakeBlock());
-        if (blocks_.size() > kKeptBlocks) {
-            blocks_.pop_front();
+        m_blocks.push_back(session.block.TakeBlock());
+        if (m_blocks.size() > kKeptBlocks) {
+            m_blocks.pop_front();
         }
-        if (block_observer_) {
-            block_observer_(blocks_.back());
+        if (m_blockObserver) {
+            m_blockObserver(m_blocks.back());
         }
     }
     return outcome != BlockUpload::Outcome::Refused;
@@ -142,13 +142,13 @@ bool Panel::TakeBlock(Session& session, const Request& request, ByteView datagra
 
 std::string Panel::IdentityText() const {
     std::array<char, 16> version{};
-    std::snprintf(version.data(), version.size(), ":%04d:", identity_.version);
-    return "IP:" + identity_.cpu + version.data() + identity_.project;
+    std::snprintf(version.data(), version.size(), ":%04d:", m_identity.version);
+    return "IP:" + m_identity.cpu + version.data() + m_identity.project;
 }
 
 std::string Panel::VersionText() const {
     std::array<char, 16> text{};
-    const auto& words = identity_.words;
+    const auto& words = m_identity.words;
     std::snprintf(text.data(), text.size(), "ACK%04X%04X%04X", unsigned{words[0]},
                   unsigned{words[1]}, unsigned{words[2]});
     return text.data();

@@ -39,32 +39,32 @@
 
 namespace tavrin {
 
-// What a panel tells about itself, in beacons and to IP and VS.
+// What a panel says about itself, in beacons and to IP and VS.
 struct Identity {
     std::string project = "Demo";
     std::string cpu = "ARM";  // "ARM" or "X86"
     int version = 100;        // hundredths, 0 to 9999
-    std::array<std::uint16_t, 3> words = {1, 0, 0};
+    std::array<uint16_t, 3> words = {1, 0, 0};
 };
 
 // One datagram to send back.
 struct Reply {
     Bytes bytes;
-    Time delay{0};            // how long after the request
-    bool other_port = false;  // sent from a port other than 10251
+    Time delay{0};           // how long after the request
+    bool otherPort = false;  // sent from a port other than 10251
 };
 using Replies = std::vector<Reply>;
 
 class Panel {
  public:
-    // Stands in front of the panel. True: `replies` is what the host gets (nothing in it is
-    // silence) and the panel does not see the request. False: the panel answers as usual. The hook
+    // Called before the panel. True: `replies` is what the host gets (none: silence), and the
+    // panel does not see the request. False: the panel answers as usual. The hook
     // may call Answer itself to get the usual reply and change, delay or repeat it.
     using Hook = std::function<bool(Panel& panel, const Endpoint& host, ByteView datagram,
                                     Replies& replies)>;
 
-    static constexpr std::size_t kMaxHosts = 16;
-    static constexpr std::size_t kKeptBlocks = 8;
+    static constexpr size_t kMaxHosts = 16;
+    static constexpr size_t kKeptBlocks = 8;
 
     // Throws std::system_error when `root` is not a folder.
     explicit Panel(const std::filesystem::path& root, Identity identity = {});
@@ -76,18 +76,18 @@ class Panel {
     // The panel's own answer, past the hook. False when there is none.
     bool Answer(const Endpoint& host, ByteView datagram, Bytes& reply);
 
-    void SetHook(Hook hook) { hook_ = std::move(hook); }
+    void SetHook(Hook hook) { m_hook = std::move(hook); }
     // Called with each memory block that has come whole.
     void SetBlockObserver(std::function<void(const MemoryBlock&)> observer);
 
-    const Identity& identity() const { return identity_; }
+    const Identity& identity() const { return m_identity; }
     // The memory blocks that came last, at most kKeptBlocks, oldest first.
-    const std::deque<MemoryBlock>& blocks() const { return blocks_; }
+    const std::deque<MemoryBlock>& blocks() const { return m_blocks; }
 
  private:
     struct Session {
-        std::uint32_t ip = 0;
-        std::uint64_t last_used = 0;
+        uint32_t ip = 0;
+        uint64_t lastUsed = 0;
         Listing listing;
         FileFetch fetch;
         FileUpload upload;
@@ -101,13 +101,13 @@ class Panel {
     std::string IdentityText() const;
     std::string VersionText() const;
 
-    Storage storage_;
-    Identity identity_;
-    Hook hook_;
-    std::function<void(const MemoryBlock&)> block_observer_;
-    std::deque<MemoryBlock> blocks_;
-    std::vector<Session> sessions_;
-    std::uint64_t requests_ = 0;
+    Storage m_storage;
+    Identity m_identity;
+    Hook m_hook;
+    std::function<void(const MemoryBlock&)> m_blockObserver;
+    std::deque<MemoryBlock> m_blocks;
+    std::vector<Session> m_sessions;
+    uint64_t m_requests = 0;
 };
 
 }  // namespace tavrin

@@ -28,8 +28,8 @@ class PcapWriter {
     void Put(ByteView bytes);
     void Flush();
 
-    std::unique_ptr<std::FILE, Closer> file_;
-    std::chrono::system_clock::time_point start_;
+    std::unique_ptr<std::FILE, Closer> m_file;
+    std::chrono::system_clock::time_point m_start;
 };
 
 }  // namespace tavrin

@@ -7,7 +7,7 @@ namespace tavrin {
 namespace {
 
 constexpr std::string_view kPrefix = "Cmd=";
-constexpr std::size_t kOffsetDigits = 8;
+constexpr size_t kOffsetDigits = 8;
 constexpr std::array<std::string_view, 13> kNames = {"TM", "EX", "CL", "RM", "MD", "FF", "FD",
                                                      "VS", "IP", "DR", "UP", "DL", "ML"};
 
@@ -15,13 +15,13 @@ bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
-std::optional<std::uint32_t> ParseOffset(std::string_view digits) {
-    std::uint32_t offset = 0;
+std::optional<uint32_t> ParseOffset(std::string_view digits) {
+    uint32_t offset = 0;
     for (const char c : digits) {
         if (!IsDigit(c) && (c < 'A' || c > 'F')) {
             return std::nullopt;
         }
-        offset = offset << 4 | static_cast<std::uint32_t>(IsDigit(c) ? c - '0' : c - 'A' + 10);
+        offset = offset << 4 | static_cast<uint32_t>(IsDigit(c) ? c - '0' : c - 'A' + 10);
     }
     return offset;
 }
@@ -32,7 +32,7 @@ bool ParseToken(Request& request, std::string_view& rest) {
         case Command::DR:
         case Command::DL:
         case Command::ML: {
-            const std::size_t length = request.command == Command::ML ? 2 : 1;
+            const size_t length = request.command == Command::ML ? 2 : 1;
             if (rest.size() < length || !IsDigit(rest[0])) {
                 return false;
             }
@@ -63,7 +63,7 @@ bool ParseToken(Request& request, std::string_view& rest) {
 }  // namespace
 
 std::string_view CommandName(Command command) {
-    return kNames[static_cast<std::size_t>(command)];
+    return kNames[static_cast<size_t>(command)];
 }
 
 std::optional<Command> ParseCommand(std::string_view name) {
@@ -95,7 +95,7 @@ std::optional<Request> ParseRequest(ByteView datagram) {
     if (!ParseToken(request, rest)) {
         return std::nullopt;
     }
-    const std::size_t end = rest.find('\0');
+    const size_t end = rest.find('\0');
     if (end == std::string_view::npos) {
         return std::nullopt;
     }

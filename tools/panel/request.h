@@ -5,8 +5,8 @@
 //   6             DR, DL: sequence digit
 //                 ML: sequence digit and '+' (more follows) or '-' (last)
 //                 UP: file offset, eight upper-case hexadecimal digits
-//   behind   N    text, ended by a zero byte
-//   behind   P    payload (DL and ML only)
+//   then     N    text, ended by a zero byte
+//   then     P    payload (DL and ML only)
 #ifndef BRENHOLT_TOOLS_PANEL_REQUEST_H
 #define BRENHOLT_TOOLS_PANEL_REQUEST_H
 
@@ -26,9 +26,9 @@ std::optional<Command> ParseCommand(std::string_view name);
 // Views into the datagram; good as long as its bytes are.
 struct Request {
     Command command = Command::TM;
-    char digit = 0;            // DR, DL, ML
-    bool last = false;         // ML: the block ends with this datagram
-    std::uint32_t offset = 0;  // UP
+    char digit = 0;       // DR, DL, ML
+    bool last = false;    // ML: the block ends with this datagram
+    uint32_t offset = 0;  // UP
     std::string_view text;
     ByteView payload;
 };
@@ -37,7 +37,7 @@ struct Request {
 bool HasRequestPrefix(ByteView datagram);
 
 // Nothing when the datagram breaks a rule of the layout: unknown command, bad digits, no zero byte,
-// bytes behind it where no payload belongs, more than 1400 bytes.
+// bytes after it where no payload belongs, more than 1400 bytes.
 std::optional<Request> ParseRequest(ByteView datagram);
 
 }  // namespace tavrin

@@ -8,19 +8,19 @@
 #include <stdexcept>
 #include <string>
 
-#include "tools/panel/fault_plan.h"
+#include "tools/panel/fault_text.h"
 
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kCommands = static_cast<std::size_t>(Command::ML) + 1;
+constexpr size_t kCommands = static_cast<size_t>(Command::ML) + 1;
 
 enum class Action { Usual, Silent, Text };
 
 struct Rule {
     std::optional<Command> command;  // nothing: every command
-    std::size_t first = 1;
-    std::size_t last = std::numeric_limits<std::size_t>::max();
+    size_t first = 1;
+    size_t last = std::numeric_limits<size_t>::max();
     Action action = Action::Usual;
     Reply reply;
 };
@@ -28,7 +28,7 @@ struct Rule {
 // The next word of a line; a quoted text is one word and keeps its quotes. Empty at the line's end.
 std::string_view NextWord(std::string_view& line) {
     line.remove_prefix(std::min(line.find_first_not_of(" \t\r"), line.size()));
-    std::size_t end = 0;
+    size_t end = 0;
     if (!line.empty() && line[0] == '"') {
         for (end = 1; end < line.size() && line[end] != '"'; ++end) {
             end += line[end] == '\\' ? 1 : 0;
@@ -58,18 +58,17 @@ Bytes Unquote(std::string_view word) {
     }
     const std::string_view text = word.substr(1, word.size() - 2);
     Bytes bytes;
-    for (std::size_t i = 0; i < text.size(); ++i) {
+    for (size_t i = 0; i < text.size(); ++i) {
         if (text[i] != '\\') {
-            bytes.push_back(static_cast<std::uint8_t>(text[i]));
+            bytes.push_back(static_cast<uint8_t>(text[i]));
         } else if (text.substr(i, 2) == "\\x") {
-            bytes.push_back(
-                ParseWhole<std::uint8_t>(text.substr(std::min(i + 2, text.size()), 2), 16));
+            bytes.push_back(ParseWhole<uint8_t>(text.substr(std::min(i + 2, text.size()), 2), 16));
             i += 3;
         } else {
             if (++i == text.size()) {
                 throw std::invalid_argument("a quote is not closed");
             }
-            bytes.push_back(static_cast<std::uint8_t>(text[i]));
+            bytes.push_back(static_cast<uint8_t>(text[i]));
         }
     }
     return bytes;
@@ -79,12 +78,12 @@ void ParseWhich(std::string_view word, Rule& rule) {
     if (word == "*") {
         return;
     }
-    const std::size_t dash = word.find('-');
-    rule.first = ParseWhole<std::size_t>(word.substr(0, dash), 10);
+    const size_t dash = word.find('-');
+    rule.first = ParseWhole<size_t>(word.substr(0, dash), 10);
     if (dash == std::string_view::npos) {
         rule.last = rule.first;
     } else if (dash + 1 < word.size()) {
-        rule.last = ParseWhole<std::size_t>(word.substr(dash + 1), 10);
+        rule.last = ParseWhole<size_t>(word.substr(dash + 1), 10);
     }
     if (rule.first == 0 || rule.last < rule.first) {
         throw std::invalid_argument("requests count from 1 upwards: '" + std::string(word) + "'");
@@ -118,7 +117,7 @@ Rule ParseRule(std::string_view line) {
         if (word == "after") {
             rule.reply.delay = ParseSpan(NextWord(line));
         } else if (word == "from-other-port") {
-            rule.reply.other_port = true;
+            rule.reply.otherPort = true;
         } else {
             throw std::invalid_argument("not understood: '" + std::string(word) + "'");
         }
@@ -128,19 +127,19 @@ Rule ParseRule(std::string_view line) {
 
 class Script {
  public:
-    explicit Script(std::vector<Rule> rules) : rules_(std::move(rules)) {}
+    explicit Script(std::vector<Rule> rules) : m_rules(std::move(rules)) {}
 
     bool operator()(Panel& panel, const Endpoint& host, ByteView datagram, Replies& replies) {
         const auto request = ParseRequest(datagram);
         if (!request) {
             return false;
         }
-        const std::size_t nth = ++seen_[static_cast<std::size_t>(request->command)];
-        const std::size_t nth_of_all = ++all_seen_;
+        const size_t nth = ++m_seen[static_cast<size_t>(request->command)];
+        const size_t nthOfAll = ++m_allSeen;
         std::optional<Bytes> usual;
         bool matched = false;
-        for (const Rule& rule : rules_) {
-            const std::size_t number = rule.command ? nth : nth_of_all;
+        for (const Rule& rule : m_rules) {
+            const size_t number = rule.command ? nth : nthOfAll;
             if (number < rule.first || number > rule.last ||
                 (rule.command && rule.command != request->command)) {
                 continue;
@@ -162,9 +161,9 @@ class Script {
     }
 
  private:
-    std::vector<Rule> rules_;
-    std::array<std::size_t, kCommands> seen_{};
-    std::size_t all_seen_ = 0;
+    std::vector<Rule> m_rules;
+    std::array<size_t, kCommands> m_seen{};
+    size_t m_allSeen = 0;
 };
 
 }  // namespace
@@ -172,10 +171,10 @@ class Script {
 Panel::Hook ParseScript(std::string_view text) {
     std::vector<Rule> rules;
     for (int number = 1; !text.empty(); ++number) {
-        const std::size_t end = std::min(text.find('\n'), text.size());
+        const size_t end = std::min(text.find('\n'), text.size());
         const std::string_view line = text.substr(0, end);
         text.remove_prefix(std::min(end + 1, text.size()));
-        const std::size_t start = line.find_first_not_of(" \t\r");
+        const size_t start = line.find_first_not_of(" \t\r");
         if (start == std::string_view::npos || line[start] == '#') {
             continue;
         }

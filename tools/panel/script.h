@@ -5,7 +5,7 @@
 //   COMMAND  WHICH  REPLY  [after SPAN]  [from-other-port]
 //
 //   COMMAND  two letters, or * for every command
-//   WHICH    the how-manieth request of that command, from 1: 3, 3-5, 3-, or * for each
+//   WHICH    which requests of that command, counted from 1: 3, 3-5, 3-, or * for each
 //   REPLY    usual      what the panel would say
 //            silent     nothing
 //            "text"     these bytes; \xHH, \\ and \" stand for a byte, a backslash and a quote

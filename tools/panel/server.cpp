@@ -11,21 +11,21 @@
 namespace tavrin {
 namespace {
 
-constexpr std::size_t kLargestUdp = 65536;
+constexpr size_t kLargestUdp = 65536;
 
 }  // namespace
 
 Server::Server(std::vector<PanelSettings> panels, ServerSettings settings)
-    : start_(std::chrono::steady_clock::now()),
-      settings_(std::move(settings)),
-      log_(settings_.log_entries),
-      wake_(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)),
-      buffer_(kLargestUdp) {
-    if (!wake_) {
+    : m_start(std::chrono::steady_clock::now()),
+      m_settings(std::move(settings)),
+      m_log(m_settings.logEntries),
+      m_wake(eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC)),
+      m_buffer(kLargestUdp) {
+    if (!m_wake) {
         throw ServerError("cannot make an event descriptor");
     }
     for (PanelSettings& panel : panels) {
-        units_.push_back(std::make_unique<Unit>(std::move(panel)));
+        m_units.push_back(std::make_unique<Unit>(std::move(panel)));
     }
 }
 
@@ -34,117 +34,117 @@ Server::~Server() {
 }
 
 void Server::Start() {
-    if (thread_.joinable()) {
+    if (m_thread.joinable()) {
         return;
     }
     {
-        const std::lock_guard lock(mutex_);
+        const std::lock_guard lock(m_mutex);
         try {
-            for (const auto& unit : units_) {
+            for (const auto& unit : m_units) {
                 unit->Open();
-                unit->next_beacon = Now();
+                unit->nextBeacon = Now();
             }
         } catch (const ServerError&) {
             Close();
             throw;
         }
-        stop_ = false;
+        m_stop = false;
     }
-    thread_ = std::thread([this] { Run(); });
+    m_thread = std::thread([this] { Run(); });
 }
 
 void Server::Stop() {
-    if (!thread_.joinable()) {
+    if (!m_thread.joinable()) {
         return;
     }
     {
-        const std::lock_guard lock(mutex_);
-        stop_ = true;
+        const std::lock_guard lock(m_mutex);
+        m_stop = true;
     }
     Wake();
-    thread_.join();
-    const std::lock_guard lock(mutex_);
+    m_thread.join();
+    const std::lock_guard lock(m_mutex);
     Close();
 }
 
 void Server::Close() {
-    pending_.clear();
-    for (const auto& unit : units_) {
+    m_pending.clear();
+    for (const auto& unit : m_units) {
         unit->Close();
     }
 }
 
-void Server::Pause(std::size_t panel) {
-    const std::lock_guard lock(mutex_);
-    units_.at(panel)->paused = true;
+void Server::Pause(size_t panel) {
+    const std::lock_guard lock(m_mutex);
+    m_units.at(panel)->paused = true;
 }
 
-void Server::Resume(std::size_t panel) {
+void Server::Resume(size_t panel) {
     {
-        const std::lock_guard lock(mutex_);
-        units_.at(panel)->paused = false;
+        const std::lock_guard lock(m_mutex);
+        m_units.at(panel)->paused = false;
     }
     Wake();
 }
 
-void Server::SetFaults(std::size_t panel, const FaultSettings& faults) {
-    const std::lock_guard lock(mutex_);
-    units_.at(panel)->plan = FaultPlan(faults);
+void Server::SetFaults(size_t panel, const FaultSettings& faults) {
+    const std::lock_guard lock(m_mutex);
+    m_units.at(panel)->plan = FaultPlan(faults);
 }
 
-void Server::SetHook(std::size_t panel, Panel::Hook hook) {
-    const std::lock_guard lock(mutex_);
-    units_.at(panel)->panel.SetHook(std::move(hook));
+void Server::SetHook(size_t panel, Panel::Hook hook) {
+    const std::lock_guard lock(m_mutex);
+    m_units.at(panel)->panel.SetHook(std::move(hook));
 }
 
-void Server::SetBeacon(std::size_t panel, BeaconSettings beacon) {
+void Server::SetBeacon(size_t panel, BeaconSettings beacon) {
     {
-        const std::lock_guard lock(mutex_);
-        units_.at(panel)->beacon = std::move(beacon);
-        units_.at(panel)->next_beacon = Now();
+        const std::lock_guard lock(m_mutex);
+        m_units.at(panel)->beacon = std::move(beacon);
+        m_units.at(panel)->nextBeacon = Now();
     }
     Wake();
 }
 
-void Server::SendBeacon(std::size_t panel) {
-    const std::lock_guard lock(mutex_);
-    if (units_.at(panel)->side_socket) {
+void Server::SendBeacon(size_t panel) {
+    const std::lock_guard lock(m_mutex);
+    if (m_units.at(panel)->sideSocket) {
         Beacon(panel);
     }
 }
 
-std::vector<MemoryBlock> Server::Blocks(std::size_t panel) const {
-    const std::lock_guard lock(mutex_);
-    const auto& blocks = units_.at(panel)->panel.blocks();
+std::vector<MemoryBlock> Server::Blocks(size_t panel) const {
+    const std::lock_guard lock(m_mutex);
+    const auto& blocks = m_units.at(panel)->panel.blocks();
     return {blocks.begin(), blocks.end()};
 }
 
 Time Server::Now() const {
-    return std::chrono::steady_clock::now() - start_;
+    return std::chrono::steady_clock::now() - m_start;
 }
 
 void Server::Wake() {
-    woken_ = true;
-    const std::uint64_t one = 1;
+    m_woken = true;
+    const uint64_t one = 1;
     // It fails only when the counter is full, and then the thread wakes anyway.
-    [[maybe_unused]] const ssize_t written = write(wake_.get(), &one, sizeof one);
+    [[maybe_unused]] const ssize_t written = write(m_wake.get(), &one, sizeof one);
 }
 
 bool Server::Recording() const {
-    return settings_.log_entries > 0 || settings_.observer;
+    return m_settings.logEntries > 0 || m_settings.observer;
 }
 
-void Server::Record(std::size_t index, Event event, const Endpoint& source,
-                    const Endpoint& destination, ByteView bytes, FaultSet faults) {
+void Server::Record(size_t index, Event event, const Endpoint& source, const Endpoint& destination,
+                    ByteView bytes, FaultSet faults) {
     if (!Recording()) {
         return;
     }
     LogEntry entry{Now(), event, index, source, destination, Bytes(bytes.begin(), bytes.end()),
                    faults};
-    if (settings_.observer) {
-        settings_.observer(entry);
+    if (m_settings.observer) {
+        m_settings.observer(entry);
     }
-    log_.Add(std::move(entry));
+    m_log.Add(std::move(entry));
 }
 
 }  // namespace tavrin

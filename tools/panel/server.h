@@ -22,6 +22,7 @@
 #include "tools/panel/fault_plan.h"
 #include "tools/panel/log.h"
 #include "tools/panel/panel.h"
+#include "tools/panel/server_error.h"
 #include "tools/panel/settings.h"
 
 namespace tavrin {
@@ -41,28 +42,28 @@ class Server {
     void Stop();
 
     // A paused panel sends no beacons and reads nothing; requests wait in its socket.
-    void Pause(std::size_t panel);
-    void Resume(std::size_t panel);
-    void SetFaults(std::size_t panel, const FaultSettings& faults);
-    void SetHook(std::size_t panel, Panel::Hook hook);
-    void SetBeacon(std::size_t panel, BeaconSettings beacon);
+    void Pause(size_t panel);
+    void Resume(size_t panel);
+    void SetFaults(size_t panel, const FaultSettings& faults);
+    void SetHook(size_t panel, Panel::Hook hook);
+    void SetBeacon(size_t panel, BeaconSettings beacon);
     // Sends one beacon at once, also when beacons are off or the panel is paused.
-    void SendBeacon(std::size_t panel);
-    std::vector<MemoryBlock> Blocks(std::size_t panel) const;
+    void SendBeacon(size_t panel);
+    std::vector<MemoryBlock> Blocks(size_t panel) const;
 
-    Log& log() { return log_; }
+    Log& log() { return m_log; }
 
  private:
     struct Pending {
         Outgoing outgoing;
-        std::size_t panel;
+        size_t panel;
         Endpoint host;
     };
 
     Time Now() const;
     void Wake();
     bool Recording() const;
-    void Record(std::size_t index, Event event, const Endpoint& source, const Endpoint& destination,
+    void Record(size_t index, Event event, const Endpoint& source, const Endpoint& destination,
                 ByteView bytes, FaultSet faults = {});
     void Close();
 
@@ -70,26 +71,26 @@ class Server {
     void Run();
     bool Prepare(std::vector<pollfd>& sockets, Time& wait);  // locks; false at the end
     bool Spin(Time limit);                                   // locks
-    bool ReceiveOne(std::size_t index);                      // locks
-    void Answer(std::size_t index, const Endpoint& host, ByteView datagram);
-    void Dispatch(std::size_t index, const Endpoint& host, Outgoing outgoing, Time now);
-    void Send(std::size_t index, const Endpoint& host, const Outgoing& outgoing);
+    bool ReceiveOne(size_t index);                           // locks
+    void Answer(size_t index, const Endpoint& host, ByteView datagram);
+    void Dispatch(size_t index, const Endpoint& host, Outgoing outgoing, Time now);
+    void Send(size_t index, const Endpoint& host, const Outgoing& outgoing);
     void SendDue(Time now);
-    void Beacon(std::size_t index);
+    void Beacon(size_t index);
 
-    const std::chrono::steady_clock::time_point start_;
-    const ServerSettings settings_;
-    Log log_;
-    Descriptor wake_;
-    std::atomic<bool> woken_{false};  // and the thread has not looked yet
-    mutable std::mutex mutex_;        // guards all below but the thread
-    std::vector<std::unique_ptr<Unit>> units_;
-    std::deque<Pending> pending_;  // by the time when it is due
-    bool stop_ = false;
-    Bytes buffer_;
-    Replies replies_;
-    std::vector<Outgoing> outgoing_;
-    std::thread thread_;
+    const std::chrono::steady_clock::time_point m_start;
+    const ServerSettings m_settings;
+    Log m_log;
+    Descriptor m_wake;
+    std::atomic<bool> m_woken{false};  // and the thread has not looked yet
+    mutable std::mutex m_mutex;        // guards all below but the thread
+    std::vector<std::unique_ptr<Unit>> m_units;
+    std::deque<Pending> m_pending;  // by the time when it is due
+    bool m_stop = false;
+    Bytes m_buffer;
+    Replies m_replies;
+    std::vector<Outgoing> m_outgoing;
+    std::thread m_thread;
 };
 
 }  // namespace tavrin

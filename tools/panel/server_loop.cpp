@@ -26,53 +26,53 @@ void Server::Run() {
     std::vector<pollfd> sockets;
     Time wait{0};
     while (Prepare(sockets, wait)) {
-        if (settings_.spin > Time{0} && Spin(std::min(wait, settings_.spin))) {
+        if (m_settings.spin > Time{0} && Spin(std::min(wait, m_settings.spin))) {
             continue;
         }
         const timespec limit = ToSystem(wait);
         if (ppoll(sockets.data(), sockets.size(), &limit, nullptr) <= 0) {
             continue;
         }
-        for (std::size_t i = 0; i + 1 < sockets.size(); ++i) {
+        for (size_t i = 0; i + 1 < sockets.size(); ++i) {
             if (sockets[i].revents != 0) {
                 ReceiveOne(i);
             }
         }
         if (sockets.back().revents != 0) {
-            std::uint64_t wakes = 0;
-            [[maybe_unused]] const ssize_t count = read(wake_.get(), &wakes, sizeof wakes);
+            uint64_t wakes = 0;
+            [[maybe_unused]] const ssize_t count = read(m_wake.get(), &wakes, sizeof wakes);
         }
     }
 }
 
 bool Server::Prepare(std::vector<pollfd>& sockets, Time& wait) {
-    woken_ = false;
-    const std::lock_guard lock(mutex_);
-    if (stop_) {
+    m_woken = false;
+    const std::lock_guard lock(m_mutex);
+    if (m_stop) {
         return false;
     }
     const Time now = Now();
     SendDue(now);
     Time next = now + kForever;
     sockets.clear();
-    for (std::size_t i = 0; i < units_.size(); ++i) {
-        Unit& unit = *units_[i];
+    for (size_t i = 0; i < m_units.size(); ++i) {
+        Unit& unit = *m_units[i];
         const bool beacons = unit.beacon.enabled && !unit.paused;
-        if (beacons && unit.next_beacon <= now) {
+        if (beacons && unit.nextBeacon <= now) {
             if (!unit.plan.Silent(now)) {
                 Beacon(i);
             }
-            unit.next_beacon = now + std::max(unit.beacon.interval, kShortestInterval);
+            unit.nextBeacon = now + std::max(unit.beacon.interval, kShortestInterval);
         }
         if (beacons) {
-            next = std::min(next, unit.next_beacon);
+            next = std::min(next, unit.nextBeacon);
         }
         // A negative descriptor is one that the system does not look at.
-        sockets.push_back({unit.paused ? -1 : unit.command_socket.get(), POLLIN, 0});
+        sockets.push_back({unit.paused ? -1 : unit.commandSocket.get(), POLLIN, 0});
     }
-    sockets.push_back({wake_.get(), POLLIN, 0});
-    if (!pending_.empty()) {
-        next = std::min(next, pending_.front().outgoing.due);
+    sockets.push_back({m_wake.get(), POLLIN, 0});
+    if (!m_pending.empty()) {
+        next = std::min(next, m_pending.front().outgoing.due);
     }
     wait = std::max(next - now, Time{0});
     return true;
@@ -80,8 +80,8 @@ bool Server::Prepare(std::vector<pollfd>& sockets, Time& wait) {
 
 bool Server::Spin(Time limit) {
     // Who wakes the thread, to stop it or with another beacon, does not wait for the spin's end.
-    for (const Time end = Now() + limit; Now() < end && !woken_;) {
-        for (std::size_t i = 0; i < units_.size(); ++i) {
+    for (const Time end = Now() + limit; Now() < end && !m_woken;) {
+        for (size_t i = 0; i < m_units.size(); ++i) {
             if (ReceiveOne(i)) {
                 return true;
             }
@@ -90,22 +90,22 @@ bool Server::Spin(Time limit) {
     return false;
 }
 
-bool Server::ReceiveOne(std::size_t index) {
-    const std::lock_guard lock(mutex_);
-    if (units_[index]->paused) {
+bool Server::ReceiveOne(size_t index) {
+    const std::lock_guard lock(m_mutex);
+    if (m_units[index]->paused) {
         return false;
     }
     Endpoint host;
-    const auto length = ReceiveFrom(units_[index]->command_socket, buffer_, host);
+    const auto length = ReceiveFrom(m_units[index]->commandSocket, m_buffer, host);
     if (!length) {
         return false;
     }
-    Answer(index, host, ByteView(buffer_).first(*length));
+    Answer(index, host, ByteView(m_buffer).first(*length));
     return true;
 }
 
-void Server::Answer(std::size_t index, const Endpoint& host, ByteView datagram) {
-    Unit& unit = *units_[index];
+void Server::Answer(size_t index, const Endpoint& host, ByteView datagram) {
+    Unit& unit = *m_units[index];
     const Time now = Now();
     const FaultSet faults = unit.plan.Arrive(now);
     const Event event = faults.Empty() ? Event::Request : Event::LostRequest;
@@ -113,54 +113,54 @@ void Server::Answer(std::size_t index, const Endpoint& host, ByteView datagram) 
     if (event == Event::LostRequest) {
         return;
     }
-    unit.panel.Receive(host, datagram, replies_);
-    for (Reply& reply : replies_) {
+    unit.panel.Receive(host, datagram, m_replies);
+    for (Reply& reply : m_replies) {
         const Bytes intended = Recording() ? reply.bytes : Bytes{};
-        outgoing_.clear();
-        const FaultSet befallen = unit.plan.Apply(now, std::move(reply), outgoing_);
+        m_outgoing.clear();
+        const FaultSet befallen = unit.plan.Apply(now, std::move(reply), m_outgoing);
         if (befallen.Has(Fault::Lose) || befallen.Has(Fault::Silence)) {
             Record(index, Event::LostReply, unit.command, host, intended, befallen);
         }
-        for (Outgoing& outgoing : outgoing_) {
+        for (Outgoing& outgoing : m_outgoing) {
             Dispatch(index, host, std::move(outgoing), now);
         }
     }
     unit.panel.WorkAhead();
 }
 
-void Server::Dispatch(std::size_t index, const Endpoint& host, Outgoing outgoing, Time now) {
+void Server::Dispatch(size_t index, const Endpoint& host, Outgoing outgoing, Time now) {
     if (outgoing.due <= now) {
         Send(index, host, outgoing);
         return;
     }
-    const auto behind = std::upper_bound(
-        pending_.begin(), pending_.end(), outgoing.due,
+    const auto place = std::upper_bound(
+        m_pending.begin(), m_pending.end(), outgoing.due,
         [](Time due, const Pending& pending) { return due < pending.outgoing.due; });
-    pending_.insert(behind, Pending{std::move(outgoing), index, host});
+    m_pending.insert(place, Pending{std::move(outgoing), index, host});
 }
 
 // The record comes first: who has the reply in hand finds it in the log.
-void Server::Send(std::size_t index, const Endpoint& host, const Outgoing& outgoing) {
-    const Unit& unit = *units_[index];
-    const bool side = outgoing.other_port;
+void Server::Send(size_t index, const Endpoint& host, const Outgoing& outgoing) {
+    const Unit& unit = *m_units[index];
+    const bool side = outgoing.otherPort;
     Record(index, Event::Reply, side ? unit.side : unit.command, host, outgoing.bytes,
            outgoing.faults);
-    SendTo(side ? unit.side_socket : unit.command_socket, host, outgoing.bytes);
+    SendTo(side ? unit.sideSocket : unit.commandSocket, host, outgoing.bytes);
 }
 
 void Server::SendDue(Time now) {
-    while (!pending_.empty() && pending_.front().outgoing.due <= now) {
-        const Pending pending = std::move(pending_.front());
-        pending_.pop_front();
+    while (!m_pending.empty() && m_pending.front().outgoing.due <= now) {
+        const Pending pending = std::move(m_pending.front());
+        m_pending.pop_front();
         Send(pending.panel, pending.host, pending.outgoing);
     }
 }
 
-void Server::Beacon(std::size_t index) {
-    const Unit& unit = *units_[index];
+void Server::Beacon(size_t index) {
+    const Unit& unit = *m_units[index];
     const Bytes bytes = unit.BeaconBytes();
     Record(index, Event::Beacon, unit.side, unit.beacon.host, bytes);
-    SendTo(unit.side_socket, unit.beacon.host, bytes);
+    SendTo(unit.sideSocket, unit.beacon.host, bytes);
 }
 
 }  // namespace tavrin

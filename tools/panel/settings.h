@@ -1,4 +1,4 @@
-// What a server of simulated panels is told at its start.
+// The settings of a server of simulated panels.
 #ifndef BRENHOLT_TOOLS_PANEL_SETTINGS_H
 #define BRENHOLT_TOOLS_PANEL_SETTINGS_H
 
@@ -6,7 +6,6 @@
 #include <filesystem>
 #include <functional>
 #include <optional>
-#include <stdexcept>
 #include <string>
 
 #include "tools/panel/endpoint.h"
@@ -33,20 +32,14 @@ struct PanelSettings {
     BeaconSettings beacon;
     FaultSettings faults;
     Panel::Hook hook;
-    std::function<void(const MemoryBlock&)> block_observer;
+    std::function<void(const MemoryBlock&)> blockObserver;
 };
 
 struct ServerSettings {
-    std::size_t log_entries = 10000;  // how many datagrams the log keeps
+    size_t logEntries = 10000;  // how many datagrams the log keeps
     // How long to look for the next request before going to sleep: costs a core, saves a wake-up.
     Time spin{0};
     std::function<void(const LogEntry&)> observer;
-};
-
-// Panels cannot be started; the message names the address and the port, or the folder.
-class ServerError : public std::runtime_error {
- public:
-    using std::runtime_error::runtime_error;
 };
 
 }  // namespace tavrin

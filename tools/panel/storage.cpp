@@ -33,7 +33,7 @@ Descriptor OpenFolder(int parent, const std::string& name, int mode) {
 std::optional<std::vector<std::string>> Split(std::string_view path) {
     std::vector<std::string> names;
     while (!path.empty()) {
-        const std::size_t end = std::min(path.find_first_of(kSeparators), path.size());
+        const size_t end = std::min(path.find_first_of(kSeparators), path.size());
         const std::string_view name = path.substr(0, end);
         path.remove_prefix(std::min(end + 1, path.size()));
         if (name == ".." || name.find('\0') != std::string_view::npos) {
@@ -68,7 +68,7 @@ std::optional<Place> Locate(int root, std::string_view path) {
 FileRecord RecordOf(const struct stat& status) {
     FileRecord record;
     const bool folder = S_ISDIR(status.st_mode);
-    record.size = folder ? 0 : static_cast<std::uint32_t>(status.st_size);
+    record.size = folder ? 0 : static_cast<uint32_t>(status.st_size);
     record.time = WireTime(status.st_mtim);
     record.attributes = folder ? kAttributeFolder : kAttributeArchive;
     if ((status.st_mode & S_IWUSR) == 0) {
@@ -98,79 +98,78 @@ bool WriteAll(int file, ByteView content) {
         if (written < 0 && errno != EINTR) {
             return false;
         }
-        content = content.subspan(static_cast<std::size_t>(std::max<ssize_t>(written, 0)));
+        content = content.subspan(static_cast<size_t>(std::max<ssize_t>(written, 0)));
     }
     return true;
 }
 
 }  // namespace
 
-StoredFile::StoredFile(Descriptor descriptor, std::uint64_t size, const timespec& time,
+StoredFile::StoredFile(Descriptor descriptor, uint64_t size, const timespec& time,
                        FileRecord record)
-    : descriptor_(std::move(descriptor)), size_(size), time_(time), record_(record) {
+    : m_descriptor(std::move(descriptor)), m_size(size), m_time(time), m_record(record) {
 }
 
 bool StoredFile::Unchanged() const {
     struct stat status {};
-    return fstat(descriptor_.get(), &status) == 0 &&
-           static_cast<std::uint64_t>(status.st_size) == size_ &&
-           status.st_mtim.tv_sec == time_.tv_sec && status.st_mtim.tv_nsec == time_.tv_nsec;
+    return fstat(m_descriptor.get(), &status) == 0 &&
+           static_cast<uint64_t>(status.st_size) == m_size &&
+           status.st_mtim.tv_sec == m_time.tv_sec && status.st_mtim.tv_nsec == m_time.tv_nsec;
 }
 
-std::optional<std::size_t> StoredFile::Read(std::uint64_t offset,
-                                            std::span<std::uint8_t> into) const {
+std::optional<size_t> StoredFile::Read(uint64_t offset, std::span<uint8_t> into) const {
     const ssize_t count =
-        pread(descriptor_.get(), into.data(), into.size(), static_cast<off_t>(offset));
+        pread(m_descriptor.get(), into.data(), into.size(), static_cast<off_t>(offset));
     if (count < 0) {
         return std::nullopt;
     }
-    return static_cast<std::size_t>(count);
+    return static_cast<size_t>(count);
 }
 
 NewFile::NewFile(Descriptor folder, std::string name)
-    : folder_(std::move(folder)), name_(std::move(name)) {
+    : m_folder(std::move(folder)), m_name(std::move(name)) {
     static std::atomic<unsigned> counter{0};
-    scratch_ =
+    m_scratch =
         std::string(kScratchPrefix) + std::to_string(getpid()) + "-" + std::to_string(++counter);
-    file_ = Descriptor(openat(folder_.get(), scratch_.c_str(),
-                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
+    m_file = Descriptor(openat(m_folder.get(), m_scratch.c_str(),
+                               O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
 }
 
 NewFile::~NewFile() {
-    if (file_) {
-        unlinkat(folder_.get(), scratch_.c_str(), 0);
+    if (m_file) {
+        unlinkat(m_folder.get(), m_scratch.c_str(), 0);
     }
 }
 
 bool NewFile::Append(ByteView data) {
-    return WriteAll(file_.get(), data);
+    return WriteAll(m_file.get(), data);
 }
 
-bool NewFile::Finish(std::uint64_t time) {
+bool NewFile::Finish(uint64_t time) {
     const timespec written = DiskTime(time);
     const std::array<timespec, 2> times = {written, written};
-    if (futimens(file_.get(), times.data()) != 0 ||
-        renameat(folder_.get(), scratch_.c_str(), folder_.get(), name_.c_str()) != 0) {
+    if (futimens(m_file.get(), times.data()) != 0 ||
+        renameat(m_folder.get(), m_scratch.c_str(), m_folder.get(), m_name.c_str()) != 0) {
         return false;
     }
-    file_ = Descriptor();
+    m_file = Descriptor();
     return true;
 }
 
 Storage::Storage(const std::filesystem::path& root)
-    : root_(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
-    if (!root_) {
+    : m_root(open(root.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)) {
+    if (!m_root) {
         throw std::system_error(errno, std::generic_category(), root.string());
     }
 }
 
 Kind Storage::KindOf(std::string_view path) const {
-    const auto place = Locate(root_.get(), path);
+    const auto place = Locate(m_root.get(), path);
     return place ? KindAt(*place) : Kind::None;
 }
 
 std::optional<std::vector<StorageEntry>> Storage::List(std::string_view path) const {
-    const auto place = Locate(root_.get(), path);
+    const auto place = Locate(m_root.get(), path);
     if (!place) {
         return std::nullopt;
     }
@@ -179,9 +178,9 @@ std::optional<std::vector<StorageEntry>> Storage::List(std::string_view path) co
     if (!descriptor) {
         return std::nullopt;
     }
-    const auto close_folder = [](DIR* folder) { closedir(folder); };
-    const std::unique_ptr<DIR, decltype(close_folder)> folder(fdopendir(descriptor.get()),
-                                                              close_folder);
+    const auto closeFolder = [](DIR* folder) { closedir(folder); };
+    const std::unique_ptr<DIR, decltype(closeFolder)> folder(fdopendir(descriptor.get()),
+                                                             closeFolder);
     if (!folder) {
         return std::nullopt;
     }
@@ -203,7 +202,7 @@ std::optional<std::vector<StorageEntry>> Storage::List(std::string_view path) co
 }
 
 std::optional<StoredFile> Storage::Open(std::string_view path) const {
-    const auto place = Locate(root_.get(), path);
+    const auto place = Locate(m_root.get(), path);
     if (!place || place->name.empty()) {
         return std::nullopt;
     }
@@ -212,27 +211,27 @@ std::optional<StoredFile> Storage::Open(std::string_view path) const {
                            O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     if (!file || fstat(file.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
-        status.st_size > std::numeric_limits<std::uint32_t>::max()) {
+        status.st_size > std::numeric_limits<uint32_t>::max()) {
         return std::nullopt;
     }
-    return StoredFile(std::move(file), static_cast<std::uint64_t>(status.st_size), status.st_mtim,
+    return StoredFile(std::move(file), static_cast<uint64_t>(status.st_size), status.st_mtim,
                       RecordOf(status));
 }
 
 bool Storage::RemoveFile(std::string_view path) const {
-    const auto place = Locate(root_.get(), path);
+    const auto place = Locate(m_root.get(), path);
     return place && KindAt(*place) == Kind::File &&
            unlinkat(place->folder.get(), place->name.c_str(), 0) == 0;
 }
 
 bool Storage::MakeFolder(std::string_view path) const {
-    const auto place = Locate(root_.get(), path);
+    const auto place = Locate(m_root.get(), path);
     return place && (KindAt(*place) == Kind::Folder ||
                      mkdirat(place->folder.get(), place->name.c_str(), 0777) == 0);
 }
 
 std::unique_ptr<NewFile> Storage::Create(std::string_view path) const {
-    auto place = Locate(root_.get(), path);
+    auto place = Locate(m_root.get(), path);
     if (!place || KindAt(*place) == Kind::Folder) {
         return nullptr;
     }

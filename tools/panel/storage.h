@@ -29,20 +29,20 @@ struct StorageEntry {
 // A file opened for reading. It remembers the state of the file at that moment.
 class StoredFile {
  public:
-    StoredFile(Descriptor descriptor, std::uint64_t size, const timespec& time, FileRecord record);
+    StoredFile(Descriptor descriptor, uint64_t size, const timespec& time, FileRecord record);
 
-    const FileRecord& record() const { return record_; }
-    std::uint64_t size() const { return size_; }
+    const FileRecord& record() const { return m_record; }
+    uint64_t size() const { return m_size; }
     // Whether size and time are still those of the opening.
     bool Unchanged() const;
     // Bytes read at `offset`; nothing when the disk fails.
-    std::optional<std::size_t> Read(std::uint64_t offset, std::span<std::uint8_t> into) const;
+    std::optional<size_t> Read(uint64_t offset, std::span<uint8_t> into) const;
 
  private:
-    Descriptor descriptor_;
-    std::uint64_t size_;
-    timespec time_;
-    FileRecord record_;
+    Descriptor m_descriptor;
+    uint64_t m_size;
+    timespec m_time;
+    FileRecord m_record;
 };
 
 // A file on its way into the storage: it appears whole, or not at all. Until then a scratch file
@@ -56,16 +56,16 @@ class NewFile {
     ~NewFile();
 
     // Whether there is a scratch file.
-    explicit operator bool() const { return static_cast<bool>(file_); }
+    explicit operator bool() const { return static_cast<bool>(m_file); }
     bool Append(ByteView data);
     // The file takes its place, with the given time.
-    bool Finish(std::uint64_t time);
+    bool Finish(uint64_t time);
 
  private:
-    Descriptor folder_;
-    std::string name_;
-    std::string scratch_;
-    Descriptor file_;
+    Descriptor m_folder;
+    std::string m_name;
+    std::string m_scratch;
+    Descriptor m_file;
 };
 
 class Storage {
@@ -88,7 +88,7 @@ class Storage {
     std::unique_ptr<NewFile> Create(std::string_view path) const;
 
  private:
-    Descriptor root_;
+    Descriptor m_root;
 };
 
 // Whether the text ends in a separator of panel paths.

@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <system_error>
 
-#include "tools/panel/settings.h"
+#include "tools/panel/server_error.h"
 
 namespace tavrin {
 namespace {
@@ -44,8 +44,8 @@ Endpoint LocalEndpoint(const Descriptor& socket) {
     return FromSystem(address);
 }
 
-std::optional<std::size_t> ReceiveFrom(const Descriptor& socket, std::span<std::uint8_t> into,
-                                       Endpoint& source) {
+std::optional<size_t> ReceiveFrom(const Descriptor& socket, std::span<uint8_t> into,
+                                  Endpoint& source) {
     sockaddr_in address{};
     socklen_t length = sizeof address;
     const ssize_t count = recvfrom(socket.get(), into.data(), into.size(), 0,
@@ -54,7 +54,7 @@ std::optional<std::size_t> ReceiveFrom(const Descriptor& socket, std::span<std::
         return std::nullopt;
     }
     source = FromSystem(address);
-    return static_cast<std::size_t>(count);
+    return static_cast<size_t>(count);
 }
 
 void SendTo(const Descriptor& socket, const Endpoint& destination, ByteView bytes) {

@@ -14,8 +14,8 @@ namespace tavrin {
 Descriptor BindUdp(const Endpoint& local);
 Endpoint LocalEndpoint(const Descriptor& socket);
 // The length of the datagram taken, or nothing when none waits.
-std::optional<std::size_t> ReceiveFrom(const Descriptor& socket, std::span<std::uint8_t> into,
-                                       Endpoint& source);
+std::optional<size_t> ReceiveFrom(const Descriptor& socket, std::span<uint8_t> into,
+                                  Endpoint& source);
 // A datagram that the system refuses is lost, as any other may be.
 void SendTo(const Descriptor& socket, const Endpoint& destination, ByteView bytes);
 

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "tools/panel/beacon.h"
+#include "tools/panel/server_error.h"
 #include "tools/panel/udp.h"
 
 namespace tavrin {
@@ -18,7 +19,7 @@ Panel MakePanel(const PanelSettings& settings) {
     }
 }
 
-std::uint32_t AddressOf(const PanelSettings& settings) {
+uint32_t AddressOf(const PanelSettings& settings) {
     const auto ip = ParseIp(settings.address);
     if (!ip) {
         throw ServerError("not an IPv4 address: '" + settings.address + "'");
@@ -35,19 +36,19 @@ Unit::Unit(PanelSettings settings)
       command{AddressOf(settings), kPanelPort},
       side{command.ip, 0} {
     panel.SetHook(std::move(settings.hook));
-    panel.SetBlockObserver(std::move(settings.block_observer));
+    panel.SetBlockObserver(std::move(settings.blockObserver));
 }
 
 void Unit::Open() {
     Descriptor commands = BindUdp(command);
-    side_socket = BindUdp({command.ip, 0});
-    side = LocalEndpoint(side_socket);
-    command_socket = std::move(commands);
+    sideSocket = BindUdp({command.ip, 0});
+    side = LocalEndpoint(sideSocket);
+    commandSocket = std::move(commands);
 }
 
 void Unit::Close() {
-    command_socket = Descriptor();
-    side_socket = Descriptor();
+    commandSocket = Descriptor();
+    sideSocket = Descriptor();
 }
 
 Bytes Unit::BeaconBytes() const {

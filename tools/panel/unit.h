@@ -24,9 +24,9 @@ struct Unit {
     BeaconSettings beacon;
     Endpoint command;  // ADDRESS:10251
     Endpoint side;     // same address, any port: beacons, and replies from another port
-    Descriptor command_socket;
-    Descriptor side_socket;
-    Time next_beacon{0};
+    Descriptor commandSocket;
+    Descriptor sideSocket;
+    Time nextBeacon{0};
     bool paused = false;
 };
 

@@ -62,7 +62,7 @@ class VirtualWire {
 
     // Sends and receives on a socket that had no port.
     size_t astray = 0;
-    // What stands unread in the queue of a port.
+    // Datagrams that wait in the queue of a port.
     size_t Waiting(uint16_t localPort) const;
 
  private:
