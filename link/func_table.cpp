@@ -74,8 +74,8 @@ void* StopLink() noexcept {
     }
 }
 // The last reference may be the module's own, in a host that has unloaded it already: the call that
-// drops it is a jump, so that nothing returns to code that is gone.
-__attribute__((optimize("optimize-sibling-calls"))) void FnStop() {
+// drops it, the last thing here, becomes a jump, so that nothing returns to code that is gone.
+void FnStop() {
     if (void* const ownReference = StopLink()) {
         dlclose(ownReference);
     }
