@@ -122,8 +122,8 @@ def slow_listing_then_fetch(world):
 
 
 def slow_update_of_a_good_file(world):
-    world.write("project/file", noise(300_000, 2))
-    (world.local / "file").write_bytes(noise(300_000, 2))
+    world.write("project/file", noise(20_000, 2))
+    (world.local / "file").write_bytes(noise(20_000, 2))
     with world.panel(*SLOW):
         run = world.program("get", "--recursive", "--update", "project", world.local)
     return world.good("project/file"), f"exit code {run.returncode}, the good file is whole"
@@ -172,7 +172,7 @@ def doubled_then_another(world):
         for _ in range(20):
             for name in ("long", "small", "other"):
                 right &= table.up(wide(name), wide(world.local)) == 1 and world.good(name)
-    return right, "60 fetches right"
+    return right, "60 fetches"
 
 
 def poll(world):

@@ -46,9 +46,9 @@ static int talk(const BrenholtTable* table, const char* address) {
     printf("%s: %04x %04x %04x\n", address, a, b, c);
     const int count = table->CmdDR(u"", MAX_ENTRIES, entries);
     for (int i = 0; i < count; ++i) {
-        const int is_folder = (entries[i].dwAttributes & BRENHOLT_ATTRIBUTE_DIRECTORY) != 0;
+        const int isFolder = (entries[i].dwAttributes & BRENHOLT_ATTRIBUTE_DIRECTORY) != 0;
         printf("%10u  %s%s\n", (unsigned)entries[i].dwSize, entries[i].szName,
-               is_folder ? "/" : "");
+               isFolder ? "/" : "");
     }
     return 0;
 }

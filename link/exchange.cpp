@@ -169,7 +169,7 @@ bool CTvUdp::EndsInStep() {
 
 void CTvUdp::AwaitOwed() {
     m_bStopAtBegin = 1;
-    const uint64_t untilUs = std::min(m_account.OwedUntil(), GetMicroseconds() + TimeoutUs());
+    const uint64_t untilUs = std::min(m_account.OwedUntil(), GetMicroseconds() + 2 * TimeoutUs());
     Reply ignored;
     while (GetMicroseconds() < untilUs && m_bCancel == 0) {
         RecvReply(ignored, untilUs);

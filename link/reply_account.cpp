@@ -59,7 +59,7 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     const bool known = repeat && m_known == m_now.kind->key(reply);
     // Nothing that a slow panel still owes comes so soon after a lone request.
     // Nothing that a slow panel still owes comes so soon after a lone request.
-    if (latency > 2 * m_speed->usualUs + kSlackUs) {
+    if (latency > std::max(2 * m_speed->usualUs + kSlackUs, m_now.timeoutUs / 16)) {
         m_speed->slowed = m_speed->usualUs != 0;
     } else if (m_sends.size() == 1) {
         m_speed->slowed = false;
@@ -88,6 +88,7 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
         ++m_now.own;
     }
     ++m_now.heard;
+    m_now.owed |= others.owe;
     if (m_now.guessUs == 0) {
         m_now.guessUs =
             now - (others.unpaid != nullptr ? others.unpaid->sent : m_sends.front()) + 1;
@@ -95,8 +96,10 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     if (answers) {
         m_kept.Keep(reply);
         m_now.answeredAt = now;
-        const uint64_t due = m_sends.back() + MomentUs(kSlackUs);
-        m_now.settleAt = m_now.settleAt.value_or(now < due ? due : now + MomentUs(kSlackUs));
+        // What is owed is asked for again; a duplicate might be believed, so the answer gets more time.
+        const uint64_t momentUs = MomentUs(others.owe || known ? kSlackUs : kTwinSlackUs);
+        const uint64_t due = m_sends.back() + momentUs;
+        m_now.settleAt = m_now.settleAt.value_or(now < due ? due : now + momentUs);
     }
     return false;
 }
@@ -184,7 +187,7 @@ void ReplyAccount::End(const Reply* answer) {
         uint64_t& usual = m_speed->usualUs;
         if (usual == 0) {
             usual = latency;
-        } else if (m_sends.size() == 1 && m_now.heard == 0) {
+        } else if (m_sends.size() == 1 && !m_now.owed) {
             usual = std::min(latency, usual + usual / 8 + 1);
         }
         ++m_speed->answers;
@@ -199,7 +202,8 @@ void ReplyAccount::End(const Reply* answer) {
 uint64_t ReplyAccount::OwedUntil() const {
     uint64_t until = 0;
     for (const Debt& debt : m_debts) {
-        until = std::max(until, debt.due);
+        const uint64_t took = debt.due - debt.sent;
+        until = std::max(until, debt.due + took / 8 + kSlackUs);
     }
     return until;
 }

@@ -57,6 +57,7 @@ class ReplyAccount {
 
  private:
     static constexpr uint64_t kSlackUs = 1000;
+    static constexpr uint64_t kTwinSlackUs = 20'000;
     static constexpr uint64_t kShortSlackUs = 200;
 
     struct Debt {
@@ -83,6 +84,7 @@ class ReplyAccount {
         std::span<const uint8_t> datagram;
         size_t heard = 0;      // replies that were not believed when they came
         size_t own = 0;        // replies that others do not explain
+        bool owed = false;     // one of those can have been owed
         bool twin = false;     // one was explained as a duplicate,
         bool hasty = false;    // the latest, in which there is hardly a doubt
         uint64_t guessUs = 0;  // how long an answer takes at most, while nothing better is known

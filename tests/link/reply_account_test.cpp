@@ -201,7 +201,7 @@ TEST_F(ReplyAccountTest, DebtsEnd) {
     Answered(kData, "UPa", kPageA);
     GivenUp(kData, "UPb");
     EXPECT_GT(account.OwedUntil(), GetMicroseconds() + kAnswerUs);
-    EXPECT_LT(account.OwedUntil(), GetMicroseconds() + 4 * kAnswerUs);
+    EXPECT_LT(account.OwedUntil(), GetMicroseconds() + 6 * kAnswerUs);
     Pass(6 * kTimeoutUs + 1);
     Begin(kData, "UPc");
     EXPECT_TRUE(Comes(kPageB));

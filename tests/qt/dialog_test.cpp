@@ -158,9 +158,7 @@ TEST(Dialog, GrowsByItsAnchorsOrNotAtAll) {
         EXPECT_EQ(Button(window, "OK").geometry(), ok);
     });
     OpenDialog target(kTargetTemplate);
-    target.Run([](QWidget& window) {
-        EXPECT_EQ(window.minimumSize(), window.maximumSize());
-    });
+    target.Run([](QWidget& window) { EXPECT_EQ(window.minimumSize(), window.maximumSize()); });
 }
 
 TEST(Dialog, ReadsFromLeftToRightOnAnyDesktop) {
