@@ -40,7 +40,7 @@ TEST_F(QueryTest, IdentityQueryPutsEverythingBack) {
         EXPECT_EQ(ask(), f.result);
         EXPECT_EQ(sent.size(), f.sends);
         if (f.replies.empty()) {
-            EXPECT_NEAR(static_cast<double>((wire.NowUs() - start) / 1000), 2002, 3);
+            EXPECT_NEAR(static_cast<double>(wire.NowUs() - start) / 1000, 2002, 3);
         }
         EXPECT_EQ(project, u"old");
         EXPECT_EQ(version, 7);

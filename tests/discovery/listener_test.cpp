@@ -74,7 +74,7 @@ class PingTest : public LinkFixture {
 TEST_F(PingTest, GreetingMakesTheBeacon) {
     const std::string greeting(kGreeting);
     Hear("10.0.0.1", greeting.substr(0, 16));
-    Hear("10.0.0.1", "Is there\0anybody " + std::string(20, 'x'));
+    Hear("10.0.0.1", std::string("Is there\0anybody ", 17) + std::string(20, 'x'));
     Hear("10.0.0.1", "Is there nobody _Line1_ARM_0102");
     Hear("10.0.0.1", Beacon(std::string(1400, 'x')));
     EXPECT_TRUE(Listed().empty());

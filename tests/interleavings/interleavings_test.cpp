@@ -428,10 +428,10 @@ class ProgramTest : public testing::TestWithParam<std::tuple<Program, bool>> {};
 TEST_P(ProgramTest, HoldsInEveryOrder) {
     const Program program = std::get<0>(GetParam());
     const bool stalls = std::get<1>(GetParam());
-    const char* const bound = getenv("BRENHOLT_PREEMPTIONS");  // NOLINT(concurrency-mt-unsafe)
+    const char* const bound = getenv("BRENHOLT_PREEMPTIONS");
     const auto* const test = testing::UnitTest::GetInstance()->current_test_info();
     const size_t orders = turns::RunAll(std::string(test->test_suite_name()) + '.' + test->name(),
-                                        {bound != nullptr ? std::atoi(bound) : 1, stalls}, [&] {
+                                        {bound != nullptr ? std::stoi(bound) : 1, stalls}, [&] {
                                             const ScratchFolder folder;
                                             World world(stalls, folder);
                                             program.run(world);

@@ -43,7 +43,7 @@ constexpr std::array<std::string_view, 6> kMachinery{
     "interleavings/turns.", "instrumented/", "virtual_wire.", "pass_worker.h", "/usr/", "?"};
 constexpr size_t kMostSteps = 50'000;
 
-class Unseen {
+class [[maybe_unused]] Unseen {
  public:
 #ifdef BRENHOLT_THREAD_SANITIZER
     Unseen() {
@@ -55,10 +55,8 @@ class Unseen {
         AnnotateIgnoreReadsEnd(__FILE__, __LINE__);
     }
 #else
-    Unseen() {
-    }
-    ~Unseen() {
-    }
+    Unseen() = default;
+    ~Unseen() = default;
 #endif
     Unseen(const Unseen&) = delete;
     Unseen& operator=(const Unseen&) = delete;

@@ -96,7 +96,8 @@ TEST_F(ExchangeTest, WaitSurvivesTheTicksWrap) {
     wire.Reset((uint64_t{1} << 32) - 300);
     link->m_nRetries = 1;
     EXPECT_EQ(link->CmdTM(0), 0);
-    EXPECT_NEAR(static_cast<double>(wire.NowUs() / 1000 - ((uint64_t{1} << 32) - 300)), 1001, 1.0);
+    EXPECT_NEAR(static_cast<double>(wire.NowUs() - ((uint64_t{1} << 32) - 300) * 1000) / 1000, 1001,
+                1.0);
 }
 
 TEST_F(ExchangeTest, CancelEndsTheWaitAtOnce) {

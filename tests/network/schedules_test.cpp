@@ -178,7 +178,7 @@ class SchedulesTest : public testing::Test {
     // All scenes with up to `faults` fates of the given letters.
     Score GoThrough(Speed speed, int faults, std::string_view letters) {
         if (const char* deeper = std::getenv("BRENHOLT_FATES"); deeper != nullptr && faults > 1) {
-            faults = std::atoi(deeper);
+            faults = std::stoi(deeper);
         }
         Score score;
         for (const Scene& scene : world.Scenes()) {

@@ -18,7 +18,7 @@ uint16_t FreePort() {
     const int fd = socket(AF_INET, SOCK_DGRAM, 0);
     sockaddr_in any{};
     any.sin_family = AF_INET;
-    bind(fd, reinterpret_cast<sockaddr*>(&any), sizeof any);
+    EXPECT_EQ(bind(fd, reinterpret_cast<sockaddr*>(&any), sizeof any), 0);
     socklen_t length = sizeof any;
     getsockname(fd, reinterpret_cast<sockaddr*>(&any), &length);
     close(fd);

@@ -38,7 +38,8 @@ struct Shooter {
             if (!acted) {
                 acted = true;
                 // Not from here: it may open a window, and this timer must go on meanwhile.
-                QTimer::singleShot(0, window, [&act, window] { act(*window); });
+                QMetaObject::invokeMethod(
+                    window, [&act, window] { act(*window); }, Qt::QueuedConnection);
                 return;
             }
             timer.stop();
