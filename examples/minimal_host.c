@@ -47,8 +47,7 @@ static int talk(const BrenholtTable* table, const char* address) {
     const int count = table->CmdDR(u"", MAX_ENTRIES, entries);
     for (int i = 0; i < count; ++i) {
         const int isFolder = (entries[i].dwAttributes & BRENHOLT_ATTRIBUTE_DIRECTORY) != 0;
-        printf("%10u  %s%s\n", (unsigned)entries[i].dwSize, entries[i].szName,
-               isFolder ? "/" : "");
+        printf("%10u  %s%s\n", (unsigned)entries[i].dwSize, entries[i].szName, isFolder ? "/" : "");
     }
     return 0;
 }

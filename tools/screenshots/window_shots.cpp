@@ -38,8 +38,7 @@ struct Shooter {
             if (!acted) {
                 acted = true;
                 // Not from here: it may open a window, and this timer must go on meanwhile.
-                QMetaObject::invokeMethod(
-                    window, [&act, window] { act(*window); }, Qt::QueuedConnection);
+                QTimer::singleShot(0, window, [&act, window] { act(*window); });
                 return;
             }
             timer.stop();
