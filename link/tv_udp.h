@@ -57,8 +57,8 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     // Opens the socket, starts the worker and the listener. The settings are stored in any case. 1
     // when both run; 0 when the link ran already or no thread can be had.
     int Start(int retries, int timeoutMs, int asyncMode);
-    // Stops the listener and the running command, waits for the worker's end and, for a timeout at
-    // most, for replies that are on their way, closes the socket. Gives the module's reference to
+    // Stops the listener and the running command, waits for the worker's end and, for two timeouts
+    // at most, for replies that are on their way, closes the socket. Gives the module's reference to
     // itself, to be dropped by dlclose when nothing of it runs any more; null when there is none.
     void* Stop();
     // In a forked child, where the threads are not: brings the object to the stopped state.

@@ -173,6 +173,17 @@ TEST_F(Manners, UnloadingWithoutStopLeavesTheThreadsTheirCode) {
     EXPECT_NE(table->Start(3, 1000, 1), 0);
 }
 
+#if defined(__OPTIMIZE__) && !defined(BRENHOLT_SANITIZED)
+TEST_F(Manners, StopAfterUnloadingReturns) {
+    StartWithPanel(1, 1000);
+    const auto stop = table->Stop;
+    dlclose(module);
+    stop();
+    EXPECT_FALSE(IsMapped());
+    SetUp();
+}
+#endif
+
 TEST_F(Manners, HostThatLeavesWithoutStopLeavesInPeace) {
     const pid_t child = fork();
     if (child == 0) {
