@@ -24,7 +24,6 @@ constexpr size_t kOffsetAt = 6;
 constexpr size_t kOffsetDigits = 8;
 constexpr size_t kTimeAt = 9;
 constexpr size_t kTimeSize = 8;
-constexpr size_t kHeadSize = kPacketHead;
 constexpr char16_t kLastPacket = u'0';
 
 // How many packets in a row a panel may send that hold no data and are not the last.
@@ -114,22 +113,22 @@ class Staging {
 };
 
 std::span<const uint8_t> DataOf(const Reply& reply) {
-    return reply.Datagram().subspan(kHeadSize);
+    return reply.Datagram().subspan(kPacketHead);
 }
 
 bool FitsPacket(const Reply& reply) {
-    return reply.Datagram().size() >= kHeadSize || IsNoCase(reply, kNak);
+    return reply.Datagram().size() >= kPacketHead || IsNoCase(reply, kNak);
 }
 
 // The parts that are read: marker, time, data.
 uint64_t PacketKey(const Reply& reply) {
-    if (reply.Datagram().size() < kHeadSize) {
+    if (reply.Datagram().size() < kPacketHead) {
         return WholeKey(reply);
     }
     const std::string_view bytes(reinterpret_cast<const char*>(reply.Datagram().data()),
                                  reply.Datagram().size());
     const std::hash<std::string_view> hash;
-    return hash(bytes.substr(kHeadSize)) * 31 + hash(bytes.substr(kTimeAt, kTimeSize)) * 7 +
+    return hash(bytes.substr(kPacketHead)) * 31 + hash(bytes.substr(kTimeAt, kTimeSize)) * 7 +
            static_cast<unsigned char>(bytes[kMarkerPosition]);
 }
 
@@ -140,7 +139,7 @@ Verdict JudgePacket(const Reply& reply) {
     if (IsNoCase(reply, kNak)) {
         return Verdict::Failed;
     }
-    if (reply.Datagram().size() < kHeadSize) {
+    if (reply.Datagram().size() < kPacketHead) {
         return Verdict::Again;
     }
     return reply.Marker() ? Verdict::Done : Verdict::Unread;

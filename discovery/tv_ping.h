@@ -9,6 +9,7 @@
 #include <string>
 #include <string_view>
 
+#include "discovery/datagram.h"
 #include "discovery/tavrin_unit.h"
 #include "platform/pass_worker.h"
 #include "platform/socket.h"
@@ -18,7 +19,7 @@ namespace brenholt {
 
 // Listens on UDP port 10250 with a worker of its own and keeps one unit for each address heard.
 //
-// A beacon is a datagram of 17 to 1400 bytes, 8-bit text in the system code page:
+// A beacon is a datagram of 17 to kMaxDatagram bytes, 8-bit text in the system code page:
 //    offset  size  content
 //         0    17  "Is there anybody ", case ignored
 //        17     1  any byte; may be absent
@@ -31,7 +32,7 @@ class CTvPing : public CAsyncSocket, public CPassWorker {
     ~CTvPing() override = default;
 
     // 1 when the worker runs (also when it ran already), 0 when no thread can be had. A taken port is not
-    // told: nothing is heard then.
+    // reported: nothing is heard then.
     int Start(int nRetries, int nTimeoutMs, int bAsyncMode);
 
     // Returns when the worker has ended and the socket is closed. The list keeps its units.
@@ -75,8 +76,8 @@ class CTvPing : public CAsyncSocket, public CPassWorker {
     void Rest();
     void TakeBeacon(std::string_view datagram, const sockaddr_in& from);
 
-    // A datagram of 1400 bytes at most; a longer one fails to be received.
-    std::array<uint8_t, 1400> m_buffer{};
+    // A longer datagram fails to be received.
+    std::array<uint8_t, kMaxDatagram> m_buffer{};
 };
 
 }  // namespace brenholt

@@ -1,7 +1,7 @@
 // BuildHeader, SendPacket, RecvReply and the loop of attempts.
 //
 // A request: "Cmd=", the token, the first text argument, a NUL, and in some commands a payload. No
-// separator stands between token and argument. All text is in the system code page.
+// separator is between token and argument. All text is in the system code page.
 #include "link/exchange.h"
 
 #include <algorithm>
@@ -169,10 +169,13 @@ bool CTvUdp::EndsInStep() {
 
 void CTvUdp::AwaitOwed() {
     m_bStopAtBegin = 1;
-    const uint64_t untilUs = std::min(m_account.OwedUntil(), GetMicroseconds() + 2 * TimeoutUs());
-    Reply ignored;
-    while (GetMicroseconds() < untilUs && m_bCancel == 0) {
-        RecvReply(ignored, untilUs);
+    const uint64_t latestUs = GetMicroseconds() + 2 * TimeoutUs();
+    const auto untilUs = [&] { return std::min(m_account.OwedUntil(), latestUs); };
+    Reply reply;
+    while (GetMicroseconds() < untilUs() && m_bCancel == 0) {
+        if (RecvReply(reply, untilUs()) != 0) {
+            m_account.Overhears(m_strTargetIp.GetRoute().address, reply);
+        }
     }
 }
 

@@ -1,4 +1,4 @@
-// A reply of the panel: text up to its first NUL, and whatever lies behind.
+// A reply of the panel: text up to its first NUL, and whatever follows.
 #ifndef BRENHOLT_LINK_REPLY_H
 #define BRENHOLT_LINK_REPLY_H
 

@@ -17,7 +17,7 @@ constexpr size_t kMaxPanels = 64;
 constexpr size_t kMaxDebts = 256;
 // A shorter datagram is a word, or says as little.
 constexpr size_t kTellingSize = 64;
-// So many answers make a speed that a duplicate can be told by.
+// So many answers make a speed that a duplicate can be recognised by.
 constexpr uint64_t kTellingAnswers = 4;
 
 uint64_t Hash(std::span<const uint8_t> bytes) {
@@ -57,7 +57,6 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     const uint64_t latency = now - m_sends.back();
     const bool repeat = m_last.Is(reply);
     const bool known = repeat && m_known == m_now.kind->key(reply);
-    // Nothing that a slow panel still owes comes so soon after a lone request.
     // Nothing that a slow panel still owes comes so soon after a lone request.
     if (latency > std::max(2 * m_speed->usualUs + kSlackUs, m_now.timeoutUs / 16)) {
         m_speed->slowed = m_speed->usualUs != 0;
@@ -157,7 +156,7 @@ ReplyAccount::Doubt ReplyAccount::Settle() {
         m_repeats += repeat && m_step > 0 ? 1 : 0;
         return Doubt::Take;
     }
-    return m_now.kind->once || m_now.doubts++ == kMaxDoubts ? Doubt::WaitOn : Doubt::SendAgain;
+    return m_now.kind->once || m_now.doubts++ >= kMaxDoubts ? Doubt::WaitOn : Doubt::SendAgain;
 }
 
 void ReplyAccount::End(const Reply* answer) {

@@ -16,7 +16,7 @@
 
 namespace brenholt {
 
-// How the replies to one kind of request are told from each other and from those of other kinds.
+// How the replies to one kind of request differ from each other and from those of other kinds.
 struct ReplyKind {
     bool (*fits)(const Reply&);     // whether it can be the answer to such a request
     uint64_t (*key)(const Reply&);  // equal for replies that mean the same
@@ -39,7 +39,8 @@ class ReplyAccount {
     // take it, so that it is kept until the doubt is settled, at SettleAt.
     bool Believes(const Reply& reply, bool answers);
     std::optional<uint64_t> SettleAt() const { return m_now.settleAt; }
-    // A reply came from another panel than the one that is asked.
+    // A reply came that nothing waits for, or from another panel than the one that is asked: it pays
+    // what that panel owes.
     void Overhears(uint32_t address, const Reply& reply);
     enum class Doubt { Take, SendAgain, WaitOn };  // take Kept
     Doubt Settle();

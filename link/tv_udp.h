@@ -1,6 +1,6 @@
 // The link: one object that is the socket of the commands, the record of the target, the one-deep
-// command slot and the owner of the worker, the beacon listener and the lists. Its sections stand
-// in the order of the rooms that define them.
+// command slot and the owner of the worker, the beacon listener and the lists. Its sections come
+// in the order of the files that define them.
 #ifndef BRENHOLT_LINK_TV_UDP_H
 #define BRENHOLT_LINK_TV_UDP_H
 
@@ -225,7 +225,7 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
 
     // The exchange's own; one exchange at a time.
     std::array<uint8_t, kMaxDatagram> m_txBuf{};
-    std::array<uint8_t, kMaxDatagram + 1> m_rxBuf{};  // and the NUL behind the longest datagram
+    std::array<uint8_t, kMaxDatagram + 1> m_rxBuf{};  // and the NUL after the longest datagram
 };
 
 // Non-zero while some thread waits in RecvReply: no posted command starts meanwhile.

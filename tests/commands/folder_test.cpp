@@ -12,7 +12,7 @@
 namespace brenholt {
 namespace {
 
-constexpr uint32_t kFolder = 0x10;
+constexpr uint32_t kFolder = BRENHOLT_ATTRIBUTE_DIRECTORY;
 
 class FolderTest : public LinkFixture {
  protected:

@@ -18,7 +18,7 @@ namespace brenholt {
 namespace {
 
 namespace fs = std::filesystem;
-constexpr uint32_t kFolder = 0x10;
+constexpr uint32_t kFolder = BRENHOLT_ATTRIBUTE_DIRECTORY;
 
 // In the scratch folder: "outside", which nobody may touch, and "to", which the host names.
 class HostileTrees : public LinkFixture {

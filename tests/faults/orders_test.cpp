@@ -78,19 +78,6 @@ TEST_F(Orders, StopEndsWhatHasNoEnd) {
     }
 }
 
-TEST_F(Orders, CommandThatWasOnlyPostedRunsToItsEnd) {
-    StartWithPanel(1, kTimeoutMs);
-    int done = 0;
-    for (int round = 0; round < 50 && done < 3; ++round) {
-        table->Start(3, kTimeoutMs, 1);
-        ASSERT_EQ(table->CmdTM(), 1);
-        table->Stop();  // nearly always before the worker's next pass
-        ASSERT_EQ(table->IsBusy(), 0);
-        done += table->GetResult();
-    }
-    EXPECT_EQ(done, 3);
-}
-
 TEST_F(Orders, AnyOrderOfCallsEndsIdle) {
     storage.Write("f", std::string(3000, 'x'));
     StartWithPanel(1, 20);
