@@ -15,8 +15,6 @@ constexpr int kMaxDoubts = 8;
 constexpr size_t kMaxPanels = 64;
 // What is beyond is not remembered: a network that bad has other troubles.
 constexpr size_t kMaxDebts = 256;
-// A shorter datagram is a word, or says as little.
-constexpr size_t kTellingSize = 64;
 // So many answers make a speed that a duplicate can be recognised by.
 constexpr uint64_t kTellingAnswers = 4;
 
@@ -63,15 +61,14 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     } else if (m_sends.size() == 1) {
         m_speed->slowed = false;
     }
-    const bool early = IsFast() && latency < m_speed->usualUs * 3 / 4;
+    const bool early =
+        IsFast() && latency + std::max(m_speed->usualUs / 4, kShortSlackUs) < m_speed->usualUs;
     // A duplicate follows its original closely. What is known to repeat is no sign of one, unless it
     // comes too early; nor is what is new, but at the start, where it may be the last command's.
     const bool twin =
         m_sends.size() == 1 && ((repeat && !known) || (early && (known || m_step == 0)));
     const Others others = Explain(reply);
-    // In a run of alike replies the few that were lost must not hold up all that follow.
-    const bool runs = known && m_step > 0 && others.cold && !early && IsPrompt(now);
-    if ((!others.owe && !twin) || runs) {
+    if (!others.owe && !twin) {
         m_repeats += repeat && answers && m_step > 0 ? 1 : 0;
         ++m_now.own;
         m_now.answeredAt = now;
@@ -88,10 +85,6 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     }
     ++m_now.heard;
     m_now.owed |= others.owe;
-    if (m_now.guessUs == 0) {
-        m_now.guessUs =
-            now - (others.unpaid != nullptr ? others.unpaid->sent : m_sends.front()) + 1;
-    }
     if (answers) {
         m_kept.Keep(reply);
         m_now.answeredAt = now;
@@ -136,10 +129,8 @@ ReplyAccount::Doubt ReplyAccount::Settle() {
     bool ours = false;
     if (others.owe) {
         // What is owed should have come long ago, and nothing came but this, as fast as the panel
-        // is. Data that does not repeat is asked for again first: a stray would look the same.
-        const bool telling = !m_now.kind->once && !repeat && kept.Datagram().size() >= kTellingSize;
-        ours = others.cold && IsPrompt(m_now.answeredAt) && m_now.heard <= m_sends.size() &&
-               (!telling || m_now.doubts > 0);
+        // is.
+        ours = others.cold && IsPrompt(m_now.answeredAt) && m_now.heard <= m_sends.size();
     } else {
         // Nothing but a duplicate explains it; but data repeats, if not from one kind of request to
         // another.
@@ -217,10 +208,9 @@ bool ReplyAccount::IsPrompt(uint64_t at) const {
 
 // Time enough for an answer that is on its way.
 uint64_t ReplyAccount::MomentUs(uint64_t slackUs) const {
-    const uint64_t usual = m_speed->usualUs != 0 ? m_speed->usualUs : m_now.guessUs;
+    const bool known = m_speed->usualUs != 0 && !m_speed->slowed;
     const uint64_t most = m_now.timeoutUs / 4;
-    const bool known = usual != 0 && !m_speed->slowed;
-    return known ? std::min(2 * usual + slackUs, most) : most;
+    return known ? std::min(2 * m_speed->usualUs + slackUs, most) : most;
 }
 
 }  // namespace brenholt

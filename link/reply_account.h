@@ -88,7 +88,6 @@ class ReplyAccount {
         bool owed = false;     // one of those can have been owed
         bool twin = false;     // one was explained as a duplicate,
         bool hasty = false;    // the latest, in which there is hardly a doubt
-        uint64_t guessUs = 0;  // how long an answer takes at most, while nothing better is known
         uint64_t answeredAt = 0;
         std::optional<uint64_t> settleAt;
         int doubts = 0;

@@ -59,6 +59,7 @@ class CAsyncSocket {
     CDescriptor m_socket;
     CWaker m_waker;
     [[maybe_unused]] bool m_spins = true;
+    [[maybe_unused]] unsigned m_blockedWaits = 0;
     [[maybe_unused]] uint64_t m_sentNs = 0;  // of the monotonic clock
 };
 

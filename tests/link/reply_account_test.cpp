@@ -189,12 +189,6 @@ TEST_F(ReplyAccountTest, WhatShouldHaveComeLongAgoYieldsToAPromptAnswer) {
     EXPECT_FALSE(Comes("NAK"));
     EXPECT_EQ(Settle(), ReplyAccount::Doubt::Take);
     End("NAK");
-
-    GivenUp(kData, "UPa");
-    Pass(kTimeoutUs);
-    Begin(kData, "UPb");
-    EXPECT_FALSE(Comes(kPageB));
-    EXPECT_EQ(Settle(), ReplyAccount::Doubt::SendAgain) << "data might be what is owed";
 }
 
 TEST_F(ReplyAccountTest, DebtsEnd) {
