@@ -56,8 +56,8 @@ class TempFile {
 
     // Renames the file to `name`, its time set first: it appears there whole, in one step. Without
     // a valid time, or one that can be set, the time of writing stays.
-    bool Become(const std::string& name, FILETIME time) {
-        if (const std::optional<time_t> seconds = ToTime(time)) {
+    bool Become(std::u16string_view name, FILETIME time) {
+        if (const std::optional<int64_t> seconds = ToTime(time)) {
             m_folder.SetLastWrite(m_name, *seconds);
         }
         if (!m_folder.Replace(m_name, name)) {
@@ -69,7 +69,7 @@ class TempFile {
 
  private:
     const CFolder& m_folder;
-    std::string m_name;
+    std::u16string m_name;
     bool m_first = true;
 };
 
@@ -147,10 +147,10 @@ Verdict JudgePacket(const Reply& reply) {
 
 }  // namespace
 
-bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<const uint8_t> data,
+bool WriteLocalFile(const CFolder& folder, std::u16string_view name, std::span<const uint8_t> data,
                     bool create) {
     CFile file;
-    if (!file.OpenAt(folder.Get(), name, create ? CFile::modeCreate : CFile::modeWrite)) {
+    if (!file.OpenAt(folder, name, create ? CFile::modeCreate : CFile::modeWrite)) {
         return false;
     }
     try {
@@ -187,10 +187,9 @@ bool CTvUdp::FetchFile(std::u16string_view remote, const CFolder& folder) {
 }
 
 std::optional<bool> CTvUdp::FetchOnce(std::u16string_view remote, const CFolder& folder) {
-    const std::u16string_view wideName = LastComponent(remote);
-    const std::string name = WideCharToMultiByte(wideName);
+    const std::u16string_view name = LastComponent(remote);
     const int header = BuildHeader();
-    if (!IsPlainName(wideName) || header == 0) {
+    if (!IsPlainName(name) || header == 0) {
         return false;
     }
     TempFile file(folder);

@@ -12,7 +12,7 @@ namespace brenholt {
 
 // Appends `data` to the file `name` of the folder; with `create` the file is made or emptied first.
 // The file is open, and locked, only during the call. False on any failure.
-bool WriteLocalFile(const CFolder& folder, const std::string& name, std::span<const uint8_t> data,
+bool WriteLocalFile(const CFolder& folder, std::u16string_view name, std::span<const uint8_t> data,
                     bool create);
 
 }  // namespace brenholt

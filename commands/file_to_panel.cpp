@@ -17,7 +17,6 @@
 #include "link/command_run.h"
 #include "link/tv_udp.h"
 #include "platform/memory.h"
-#include "platform/path.h"
 
 namespace brenholt {
 namespace {
@@ -28,7 +27,7 @@ constexpr ExchangeRules kRules{kWord, kPaceGently, kPaceGently};
 
 }  // namespace
 
-size_t ReadLocalFile(const std::string& path, std::span<uint8_t> buffer, uint64_t offset,
+size_t ReadLocalFile(std::u16string_view path, std::span<uint8_t> buffer, uint64_t offset,
                      const FileIdentity& expected) {
     CFile file;
     if (!file.Open(path, CFile::modeRead)) {
@@ -60,7 +59,6 @@ int CTvUdp::CmdDL(const char16_t* local, const char16_t* remote, int async) {
 
 bool CTvUdp::SendFile(const CFileStatus& file) {
     const std::string name = WideCharToMultiByte(file.m_fileName);
-    const std::string path = DiskPath(file.m_szFullName);
     const auto header = static_cast<size_t>(BuildHeader());
     if (header == 0 || name.size() > kMaxShortName) {
         return false;
@@ -91,7 +89,7 @@ bool CTvUdp::SendFile(const CFileStatus& file) {
     const std::span<uint8_t> block(memory.get(), room);
     for (uint64_t offset = 0; offset < file.m_size || offset == 0;) {
         const std::span<const uint8_t> data =
-            block.first(ReadLocalFile(path, block, offset, file.m_identity));
+            block.first(ReadLocalFile(file.m_szFullName, block, offset, file.m_identity));
         if (data.empty() || !SendData(prefix, data, kRules, judge)) {
             return false;
         }

@@ -82,7 +82,7 @@ bool CTvUdp::WalkFolder(const std::u16string& remote, const std::u16string& loca
             const std::u16string childLocal = destination + wideName;
             BeginCommand(u"GF", 0, child.c_str(), childLocal.c_str(), 0, nullptr, nullptr, nullptr);
             CFolder folder;
-            folder.OpenChild(place.folder, name);
+            folder.OpenChild(place.folder, wideName);
             allOk &= WalkFolder(child, childLocal, {folder, place.depth + 1, place.foldersLeft});
         } else {
             BeginCommand(u"UP00000000", 0, child.c_str(), destination.c_str(), 0, nullptr, nullptr,

@@ -1,7 +1,5 @@
 #include "dialogs/dlg_input_tg.h"
 
-#include <netinet/in.h>
-
 #include "dialogs/resources.h"
 #include "dialogs/text_format.h"
 #include "link/tv_udp.h"
@@ -32,7 +30,7 @@ void CDlgInputTg::DoDataExchange(CDataExchange* pDX) {
 void CDlgInputTg::OnInitDialog() {
     CDialog::OnInitDialog();
     // Text that is no address shows as 255.255.255.255.
-    m_ctrlIp.SetAddress(htonl(inet_addr(WideCharToMultiByte(m_strIp))));
+    m_ctrlIp.SetAddress(AddressNumber(inet_addr(WideCharToMultiByte(m_strIp))));
 }
 
 std::u16string CDlgInputTg::ShownAddress() const {

@@ -1,8 +1,6 @@
 // The snapshot of the host's adapters, and whether an address is on one of their networks.
 #include "platform/adapters.h"
 
-#include <netinet/in.h>
-
 #include "link/tv_udp.h"
 #include "platform/address.h"
 #include "platform/text.h"
@@ -28,7 +26,7 @@ int CTvUdp::LoadAdapters() {
 }
 
 uint32_t CTvUdp::IpToNumber(const char16_t* text) const {
-    return htonl(inet_addr(WideCharToMultiByte(text)));
+    return AddressNumber(inet_addr(WideCharToMultiByte(text)));
 }
 
 int CTvUdp::IsSameNetwork(const char16_t* ip) const {

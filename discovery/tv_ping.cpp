@@ -26,7 +26,7 @@ int CTvPing::Start(int nRetries, int nTimeoutMs, int bAsyncMode) {
     if (m_bStopped == 0) {
         return 1;
     }
-    Create(BRENHOLT_PORT_BEACON, BeaconFilter());
+    Create(BRENHOLT_PORT_BEACON, kBeacons);
     if (!StartWorker(Worker, this)) {
         Close();
         return 0;
@@ -59,7 +59,7 @@ void CTvPing::Rest() {
 }
 
 int CTvPing::Step() {
-    sockaddr_in from{};
+    Endpoint from;
     const int n = ReceiveFrom(m_buffer, from, 0);
     if (n > 0) {
         try {
@@ -72,15 +72,15 @@ int CTvPing::Step() {
     return m_bStop;
 }
 
-void CTvPing::TakeBeacon(std::string_view datagram, const sockaddr_in& from) {
+void CTvPing::TakeBeacon(std::string_view datagram, const Endpoint& from) {
     if (!EqualNoCase(datagram.substr(0, kGreeting.size()), kGreeting)) {
         return;
     }
-    const std::string address = inet_ntoa(from.sin_addr.s_addr);
+    const std::string address = inet_ntoa(from.address);
     const std::u16string ip(address.begin(), address.end());
     CTavrinUnit* unit = FindUnit(ip);
     if (unit == nullptr) {
-        auto added = std::make_unique<CTavrinUnit>(ip, ntohs(from.sin_port));
+        auto added = std::make_unique<CTavrinUnit>(ip, from.port);
         unit = added.get();
         const CSingleLock lock(m_lock);
         m_listUnits.push_back(std::move(added));

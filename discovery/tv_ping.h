@@ -74,7 +74,7 @@ class CTvPing : public CAsyncSocket, public CPassWorker {
     static unsigned Worker(void* self);
     // Until the next datagram or the stop, and 10 ms at least.
     void Rest();
-    void TakeBeacon(std::string_view datagram, const sockaddr_in& from);
+    void TakeBeacon(std::string_view datagram, const Endpoint& from);
 
     // A longer datagram fails to be received.
     std::array<uint8_t, kMaxDatagram> m_buffer{};

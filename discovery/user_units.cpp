@@ -13,7 +13,7 @@ namespace brenholt {
 namespace {
 
 // In the current directory, whichever that is.
-const std::string kUserFile = "UserTavrinIp.ipc";
+constexpr std::u16string_view kUserFile = u"UserTavrinIp.ipc";
 
 std::string_view AsBytes(std::span<const uint8_t> data) {
     return {reinterpret_cast<const char*>(data.data()), data.size()};

@@ -4,6 +4,7 @@
 #include "fuzz/input.h"
 #include "platform/address.h"
 #include "platform/path.h"
+#include "platform/posix/disk_path.h"
 
 using namespace brenholt;
 

@@ -55,11 +55,7 @@ int CTvUdp::SendPacket(int length) {
     if (!route.sendable || length == 0) {
         return 0;
     }
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(kPanelPort);
-    to.sin_addr.s_addr = route.address;
-    SendTo(std::span(m_txBuf).first(static_cast<size_t>(length)), to);
+    SendTo(std::span(m_txBuf).first(static_cast<size_t>(length)), {route.address, kPanelPort});
     return length;
 }
 
@@ -78,19 +74,19 @@ int CTvUdp::RecvReply(Reply& reply, uint64_t untilUs) {
         }
         const auto waitUs = static_cast<uint32_t>(
             std::min<uint64_t>(untilUs > now ? untilUs - now : 0, UINT32_MAX));
-        sockaddr_in from{};
+        Endpoint from;
         const int n = ReceiveFrom(std::span(m_rxBuf).first(kMaxDatagram), from, waitUs);
         if (n >= 0) {
             const Route target = m_strTargetIp.GetRoute();
-            const bool fromTarget = target.answerable && from.sin_addr.s_addr == target.address;
-            const bool fromPort = ntohs(from.sin_port) == kPanelPort;
+            const bool fromTarget = target.answerable && from.address == target.address;
+            const bool fromPort = from.port == kPanelPort;
             if (fromPort && n > 0) {
                 m_rxBuf[static_cast<size_t>(n)] = 0;
                 reply = Reply(std::span(m_rxBuf).first(static_cast<size_t>(n)));
                 if (fromTarget) {
                     return 1;
                 }
-                m_account.Overhears(from.sin_addr.s_addr, reply);
+                m_account.Overhears(from.address, reply);
                 reply = Reply();
             }
             // The target speaks, but not as the panel that was asked: an empty datagram from its

@@ -1,9 +1,8 @@
 // The exported table: every entry point forwards to the link, reads a word of it, or asks for a
 // cancel. Nothing that is thrown inside leaves here: it is a failure, 0.
-#include <dlfcn.h>
-
 #include "brenholt/brenholt.h"
 #include "link/tv_udp.h"
+#include "platform/module_pin.h"
 
 namespace brenholt {
 namespace {
@@ -66,18 +65,14 @@ int32_t FnCmdRM(const char16_t* text) {
 int32_t FnCmdUP(const char16_t* remotePath, const char16_t* localFolder) {
     return Guarded([=] { return g_link.CmdUP(remotePath, localFolder, Mode()); });
 }
-void* StopLink() noexcept {
-    try {
-        return g_link.Stop();
-    } catch (...) {
-        return nullptr;
-    }
-}
-// The last reference may be the module's own, in a host that has unloaded it already: the call that
-// drops it, the last thing here, becomes a jump, so that nothing returns to code that is gone.
+// The module's own reference may be the last, in a host that has unloaded it already.
 void FnStop() {
-    if (void* const ownReference = StopLink()) {
-        dlclose(ownReference);
+    const int stopped = Guarded([] {
+        g_link.Stop();
+        return 1;
+    });
+    if (stopped != 0) {
+        UnpinModule();
     }
 }
 int32_t FnIsBusy() {
@@ -110,7 +105,7 @@ const char16_t* FnGetTargetIp() {
 
 extern "C" {
 
-extern __attribute__((visibility("default"))) const BrenholtTable FuncTable;
+extern const BrenholtTable FuncTable;
 
 const BrenholtTable FuncTable = {
     brenholt::FnStart,

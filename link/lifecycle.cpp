@@ -1,11 +1,8 @@
 // The one link object, its start and its stop.
-#include <dlfcn.h>
-#include <pthread.h>
-
 #include <new>
-#include <utility>
 
 #include "link/tv_udp.h"
+#include "platform/module_pin.h"
 
 namespace brenholt {
 namespace {
@@ -30,25 +27,6 @@ class LinkHolder {
 };
 
 LinkHolder g_holder;
-
-// A reference of the module to itself, held while its threads run: a host that unloads it without
-// slot 15 leaves it loaded, and the threads their code. Slot 15 drops it, last of all, and the next
-// unloading takes effect.
-class OwnReference {
- public:
-    void Take() {
-        Dl_info own{};
-        if (m_handle == nullptr && dladdr(this, &own) != 0) {
-            m_handle = dlopen(own.dli_fname, RTLD_NOW | RTLD_NOLOAD);
-        }
-    }
-    void* Release() { return std::exchange(m_handle, nullptr); }
-
- private:
-    void* m_handle = nullptr;
-};
-
-OwnReference g_ownReference;
 
 // A fork must not catch a lock in the hands of a thread that the child does not have.
 void BeforeFork() NO_THREAD_SAFETY_ANALYSIS {
@@ -78,19 +56,18 @@ int CTvUdp::Start(int retries, int timeoutMs, int asyncMode) {
     if (m_bStopped == 0) {
         return 0;
     }
-    // Once in the life of the module; the run-time library drops the handlers when it is unloaded.
-    static const int forkHandlers = pthread_atfork(BeforeFork, AfterForkInParent, AfterForkInChild);
-    static_cast<void>(forkHandlers);
+    OnFork(BeforeFork, AfterForkInParent, AfterForkInChild);
     Create(kCommandPort);
     if (!StartWorker(ServiceThread, this)) {
         Close();
         return 0;
     }
-    g_ownReference.Take();
+    // A host that unloads the module without slot 15 leaves the threads their code.
+    PinModule();
     return m_ping.Start(retries, timeoutMs, asyncMode);
 }
 
-void* CTvUdp::Stop() {
+void CTvUdp::Stop() {
     m_ping.Stop();
     // What runs ends by the stop, not by a cancel, which the next step of a walk would take back.
     StopWorker([this] {
@@ -101,7 +78,6 @@ void* CTvUdp::Stop() {
         AwaitOwed();
     }
     Close();
-    return g_ownReference.Release();
 }
 
 void CTvUdp::AbandonInChild() {

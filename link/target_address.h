@@ -2,8 +2,6 @@
 #ifndef BRENHOLT_LINK_TARGET_ADDRESS_H
 #define BRENHOLT_LINK_TARGET_ADDRESS_H
 
-#include <netinet/in.h>
-
 #include <cstdint>
 #include <list>
 #include <memory>

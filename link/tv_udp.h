@@ -58,9 +58,9 @@ class CTvUdp : public CAsyncSocket, public CPassWorker {
     // when both run; 0 when the link ran already or no thread can be had.
     int Start(int retries, int timeoutMs, int asyncMode);
     // Stops the listener and the running command, waits for the worker's end and, for two timeouts
-    // at most, for replies that are on their way, closes the socket. Gives the module's reference to
-    // itself, to be dropped by dlclose when nothing of it runs any more; null when there is none.
-    void* Stop();
+    // at most, for replies that are on their way, closes the socket. The module
+    // stays pinned (PinModule).
+    void Stop();
     // In a forked child, where the threads are not: brings the object to the stopped state.
     void AbandonInChild();
 

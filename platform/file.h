@@ -9,10 +9,12 @@
 #include <string>
 #include <string_view>
 
-#include "platform/descriptor.h"
 #include "platform/file_time.h"
+#include "platform/handle.h"
 
 namespace brenholt {
+
+class CFolder;
 
 // Thrown by the operations of an open CFile that fail.
 class CFileException : public std::exception {
@@ -25,9 +27,10 @@ struct FileIdentity {
     uint64_t device = 0;
     uint64_t file = 0;
     uint64_t size = 0;
-    timespec lastWrite{};
+    int64_t lastWrite = 0;     // seconds since 1970
+    uint32_t nanoseconds = 0;  // and of the next one
 
-    bool operator==(const FileIdentity& other) const;
+    bool operator==(const FileIdentity&) const = default;
 };
 
 // A regular file, open and locked: no other CFile can open it meanwhile, in this process or another,
@@ -46,10 +49,10 @@ class CFile {
     };
 
     // False when there is no such file, it is not a regular file (a FIFO or device is never waited for), it
-    // may not be opened that way, or it is open elsewhere. `path` as DiskPath gives it.
-    bool Open(const std::string& path, Mode mode);
+    // may not be opened that way, or it is open elsewhere.
+    bool Open(std::u16string_view path, Mode mode);
     // The same for the file `name` of a held folder. A link is not followed.
-    bool OpenAt(int folder, const std::string& name, Mode mode);
+    bool OpenAt(const CFolder& folder, std::u16string_view name, Mode mode);
 
     // The following throw CFileException.
     uint64_t GetLength() const;
@@ -67,7 +70,7 @@ class CFile {
  private:
     void Unlock();
 
-    CDescriptor m_fd;
+    CFileHandle m_file;
 };
 
 // What GetStatus finds out about a file.

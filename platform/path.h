@@ -1,4 +1,4 @@
-// Paths as texts: '\' and '/' both separate; the module writes '\', the disk has '/'.
+// Paths as texts: '\' and '/' both separate; the module writes '\'.
 #ifndef BRENHOLT_PLATFORM_PATH_H
 #define BRENHOLT_PLATFORM_PATH_H
 
@@ -6,9 +6,6 @@
 #include <string_view>
 
 namespace brenholt {
-
-// The path as the disk takes it: 8-bit text, every separator a '/'.
-std::string DiskPath(std::u16string_view path);
 
 // The path in the module's own form: every '/' becomes '\', and it ends in '\' (an empty path
 // becomes "\").

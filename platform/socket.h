@@ -2,17 +2,22 @@
 #ifndef BRENHOLT_PLATFORM_SOCKET_H
 #define BRENHOLT_PLATFORM_SOCKET_H
 
-#include <netinet/in.h>
-
 #include <cstdint>
 #include <span>
+#include <string_view>
 
-#include "platform/descriptor.h"
+#include "platform/address.h"
+#include "platform/handle.h"
 #include "platform/waker.h"
 
-struct sock_filter;
-
 namespace brenholt {
+
+// Which datagrams a socket is there for: those of at most `most` bytes that begin with the prefix, the case
+// of ASCII letters ignored. Without a prefix, all.
+struct DatagramRule {
+    std::string_view prefix;  // at most 255 bytes
+    uint32_t most = 0;
+};
 
 // A non-blocking IPv4 UDP socket, bound on all interfaces. Before Create, after Close and when no port
 // could be had, every send fails and every receive finds nothing. One thread at a time may use it;
@@ -25,12 +30,10 @@ class CAsyncSocket {
     CAsyncSocket& operator=(const CAsyncSocket&) = delete;
 
     // Binds UDP `port` on all interfaces, without sharing it. False when the port is taken or no socket
-    // can be had. Broadcasts are received.
-    bool Create(uint16_t port);
-
-    // As above, and lets the kernel drop what `filter` (classic BPF, run over the UDP header and the
-    // payload) rejects, before it takes room in the receive queue.
-    bool Create(uint16_t port, std::span<const sock_filter> filter);
+    // can be had. Broadcasts are received. Where it can, the system drops what does not keep to `rule` before
+    // that takes room in the receive queue: a flood of it cannot push other datagrams out. What is received
+    // may still not keep to it.
+    bool Create(uint16_t port, const DatagramRule& rule = {});
 
     // Closes the socket; without one, nothing.
     void Close();
@@ -40,23 +43,23 @@ class CAsyncSocket {
     // `waitUs` (microseconds) above 0 waits for it as AwaitDatagram does, but shortly after a send it spins
     // first, as the answer of a panel on the same machine is a matter of microseconds; not where the answer
     // before took longer.
-    int ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs);
+    int ReceiveFrom(std::span<uint8_t> buffer, Endpoint& from, uint32_t waitUs);
 
     // Blocks until a datagram is there or an interrupt comes, but no longer than `waitUs`. It may end
     // without any of these. Whether a datagram may be there.
     bool AwaitDatagram(uint32_t waitUs);
 
     // Sends one datagram; its length, or -1.
-    int SendTo(std::span<const uint8_t> data, const sockaddr_in& to);
+    int SendTo(std::span<const uint8_t> data, const Endpoint& to);
 
     // Between Create and Close, ends a wait that blocks, or else the next that would. Any thread may call
-    // it. When there is no descriptor left for that, each wait ends after 10 ms instead.
+    // it. When there is no handle left for that, each wait ends after 10 ms instead.
     void Interrupt();
 
  private:
-    int TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from);
+    int TakeDatagram(std::span<uint8_t> buffer, Endpoint& from);
 
-    CDescriptor m_socket;
+    CSocketHandle m_socket;
     CWaker m_waker;
     [[maybe_unused]] bool m_spins = true;
     [[maybe_unused]] unsigned m_blockedWaits = 0;

@@ -1,7 +1,8 @@
 // Text: UTF-16 inside, 8-bit text in the system code page outside.
 //
-// The system code page is the charset of the user's locale: LC_CTYPE as the environment has it,
-// whatever the host has set; plain ASCII counts as UTF-8. Every operation may be called from any thread.
+// The system code page is, on Windows, the process's ANSI code page; elsewhere the charset of the user's
+// locale: LC_CTYPE as the environment has it, whatever the host has set; plain ASCII counts as UTF-8.
+// Every operation may be called from any thread.
 #ifndef BRENHOLT_PLATFORM_TEXT_H
 #define BRENHOLT_PLATFORM_TEXT_H
 
@@ -11,13 +12,16 @@
 
 namespace brenholt {
 
+// A byte b that is not valid in the code page is the lone surrogate kByteSurrogate + b in a text.
+inline constexpr char16_t kByteSurrogate = 0xDC00;
+
 // UTF-16 to the system code page. Letters with separate accents are composed first (NFC); what the
-// code page lacks becomes its substitution character. A lone surrogate U+DC00 + b, as
-// MultiByteToWideChar gives it, comes out as the byte b again.
+// code page lacks becomes its substitution character. A lone surrogate of a byte, as
+// MultiByteToWideChar gives it, comes out as that byte again.
 std::string WideCharToMultiByte(std::u16string_view text);
 
-// The system code page to UTF-16. A byte b that is not valid in the code page becomes the lone
-// surrogate U+DC00 + b, so that every text survives the way in and out again.
+// The system code page to UTF-16. A byte that is not valid in the code page becomes its
+// lone surrogate, so that every text survives the way in and out again.
 std::u16string MultiByteToWideChar(std::string_view bytes);
 
 // The character for one byte, whatever the code page makes of it: itself in ASCII, else the lone

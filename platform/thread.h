@@ -2,10 +2,9 @@
 #ifndef BRENHOLT_PLATFORM_THREAD_H
 #define BRENHOLT_PLATFORM_THREAD_H
 
-#include <pthread.h>
-#include <semaphore.h>
-
+#include <array>
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -57,13 +56,14 @@ class CEvent {
     void Wait();
 
  private:
-    sem_t m_events;
+    // The system's semaphore.
+    alignas(std::max_align_t) std::array<std::byte, 32> m_events;
 };
 
 // A thread that AfxBeginThread started. Destroying the object lets the thread run on by itself.
 class CWinThread {
  public:
-    explicit CWinThread(pthread_t thread) : m_thread(thread) {}
+    explicit CWinThread(uintptr_t thread) : m_thread(thread) {}
     ~CWinThread();
     CWinThread(const CWinThread&) = delete;
     CWinThread& operator=(const CWinThread&) = delete;
@@ -72,12 +72,12 @@ class CWinThread {
     void Join();
 
  private:
-    pthread_t m_thread;
+    uintptr_t m_thread;  // the system's word for it
     bool m_joined = false;
 };
 
-// Starts `body(parameter)` on a thread of default priority and stack size, with every signal blocked,
-// so that the host's signal handlers never run on it. Null when no thread could be made.
+// Starts `body(parameter)` on a thread of default priority and stack size. Handlers of the host's signals
+// never run on it. Null when no thread could be made.
 std::unique_ptr<CWinThread> AfxBeginThread(unsigned (*body)(void*), void* parameter);
 
 }  // namespace brenholt

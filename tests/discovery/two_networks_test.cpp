@@ -1,6 +1,7 @@
 // A host on two networks, in a network namespace of the test's own: a panel on each, and one on a
 // network that the host is not on. The panels' addresses are on the loopback interface.
 #include <gmock/gmock.h>
+#include <netinet/in.h>
 #include <sched.h>
 #include <sys/socket.h>
 #include <unistd.h>

@@ -10,6 +10,7 @@
 
 #include "link/tv_udp.h"
 #include "platform/file.h"
+#include "platform/path.h"
 #include "tests/support/scratch_folder.h"
 
 namespace brenholt {
@@ -114,7 +115,7 @@ TEST_F(UserUnitsTest, AFileThatCannotBeHadEmptiesTheLoadAndKeepsTheList) {
     Add(u"10.0.0.1");
     {
         CFile holder;
-        ASSERT_TRUE(holder.Open(folder.Path() + '/' + kFile, CFile::modeRead));
+        ASSERT_TRUE(holder.Open(folder.Text(WidenName(kFile)), CFile::modeRead));
         EXPECT_EQ(Add(u"10.0.0.2"), 2) << "the save fails unseen";
         EXPECT_EQ(link.SaveUserUnits(), 0);
         EXPECT_EQ(folder.Read(kFile), "10.0.0.1\r\n");

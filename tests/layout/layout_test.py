@@ -26,13 +26,20 @@ ARROWS = {
     "link": RECORDS,
     "discovery": [HEADER] + PLATFORM,
     "platform": [],
+    "platform/common": PLATFORM,
+    "platform/posix": PLATFORM,
     "platform/window": PLATFORM,
     "platform/qt": ["platform/window"],
 }
 # The class of the link is one, but its members are defined in the room of their family.
 SOURCES_MAY_ALSO = {"discovery": ["link"]}
 # The doors: single files that lead the other way.
-DOORS = {"discovery/select_target.cpp": "dialogs", "discovery/show_panel_list.cpp": "dialogs"}
+DOORS = {"discovery/select_target.cpp": "dialogs", "discovery/show_panel_list.cpp": "dialogs",
+         "platform/posix/window_backend.cpp": "platform/window"}
+# What only the rooms behind the contracts know.
+SYSTEM = re.compile(r"^(sys/|linux/|netinet/|arpa/|net/|unicode/|winsock2|ws2|iphlpapi|windows|"
+                    r"(dlfcn|fcntl|pthread|semaphore|unistd|poll|ifaddrs)\.h$)")
+ABOVE_SYSTEM = [HEADER, "commands", "dialogs", "link", "discovery", "platform", "platform/common", "platform/window"]
 KNOW_TOOLKIT = ["platform/qt", "tools/screenshots"]
 TOOLKIT = re.compile(r"^(Q[A-Z]|q[a-z]+\.h$|xcb/|X11/)")
 
@@ -80,6 +87,8 @@ def faults(files):
             if opening == "<" and target not in files:
                 if TOOLKIT.match(name) and room not in KNOW_TOOLKIT:
                     found.append(f"{path}: <{name}> belongs into platform/qt")
+                if SYSTEM.match(name) and room in ABOVE_SYSTEM:
+                    found.append(f"{path}: <{name}> is the system's")
             elif target not in files:
                 found.append(f"{path}: {name} is not written from the project's folder")
             elif room_of(target) not in allowed and DOORS.get(path) != room_of(target):
@@ -101,6 +110,8 @@ class Layout(unittest.TestCase):
                 ("link/a.h", '"link/a.h"', "circle: link/a.h -> link/a.h"),
                 ("link/a.h", '"a.h"', "not written from"),
                 ("link/a.h", "<QString>", "belongs into"),
+                ("platform/socket.h", "<netinet/in.h>", "is the system's"),
+                ("platform/posix/socket.cpp", "<netinet/in.h>", None),
                 ("tools/new/a.h", "<vector>", "without arrows"),
                 ("discovery/target.cpp", '"link/tv_udp.h"', None),
                 ("discovery/select_target.cpp", '"dialogs/a.h"', None),

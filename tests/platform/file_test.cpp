@@ -5,6 +5,7 @@
 #include "platform/file.h"
 #include "platform/folder.h"
 #include "platform/path.h"
+#include "platform/text.h"
 #include "tests/support/scratch_folder.h"
 
 namespace brenholt {
@@ -13,7 +14,7 @@ namespace {
 TEST(FileTest, OpenFileIsOpenForNobodyElse) {
     const ScratchFolder folder;
     folder.Write("f", "old");
-    const std::string path = folder.Path() + "/f";
+    const std::u16string path = folder.Text(u"f");
     CFile reader;
     ASSERT_TRUE(reader.Open(path, CFile::modeRead));
     for (const CFile::Mode mode : {CFile::modeRead, CFile::modeWrite, CFile::modeCreate}) {
@@ -23,10 +24,10 @@ TEST(FileTest, OpenFileIsOpenForNobodyElse) {
     reader.Close();
     EXPECT_TRUE(CFile().Open(path, CFile::modeCreate));
     EXPECT_EQ(folder.Read("f"), "");
-    EXPECT_FALSE(CFile().Open(folder.Path() + "/missing", CFile::modeWrite));
-    EXPECT_FALSE(CFile().Open(folder.Path(), CFile::modeRead)) << "a folder is no file";
+    EXPECT_FALSE(CFile().Open(folder.Text(u"missing"), CFile::modeWrite));
+    EXPECT_FALSE(CFile().Open(folder.Text(), CFile::modeRead)) << "a folder is no file";
     mkfifo((folder.Path() + "/fifo").c_str(), 0666);
-    EXPECT_FALSE(CFile().Open(folder.Path() + "/fifo", CFile::modeRead)) << "and is not waited for";
+    EXPECT_FALSE(CFile().Open(folder.Text(u"fifo"), CFile::modeRead)) << "and is not waited for";
 }
 
 TEST(FileTest, StatusKnowsPathAndChange) {
@@ -58,17 +59,17 @@ TEST(FolderTest, TempFilesAreNewAndUnderTheUmask) {
     CFolder folder;
     ASSERT_TRUE(folder.Open(scratch.Text()));
     const mode_t before = umask(027);
-    const std::string a = folder.MakeTempFile();
+    const std::u16string a = folder.MakeTempFile();
     umask(before);
-    const std::string b = folder.MakeTempFile();
+    const std::u16string b = folder.MakeTempFile();
     EXPECT_NE(a, b);
-    EXPECT_TRUE(a.starts_with("TMP"));
+    EXPECT_TRUE(a.starts_with(u"TMP"));
     struct stat status {};
-    ASSERT_EQ(stat((scratch.Path() + '/' + a).c_str(), &status), 0);
+    ASSERT_EQ(stat((scratch / WideCharToMultiByte(a)).c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0640U);
     EXPECT_EQ(status.st_size, 0);
     scratch.Write("dest", "old");
-    EXPECT_TRUE(folder.Replace(a, "dest"));
+    EXPECT_TRUE(folder.Replace(a, u"dest"));
     EXPECT_EQ(scratch.Read("dest"), "");
     folder.DeleteFile(b);
     EXPECT_EQ(scratch.Names(), std::vector<std::string>{"dest"});
@@ -84,14 +85,14 @@ TEST(FolderTest, LinksAreNotFollowed) {
     CFolder folder;
     ASSERT_TRUE(folder.Open(scratch.Text()));
     CFolder child;
-    EXPECT_FALSE(child.OpenChild(folder, "link"));
-    EXPECT_FALSE(CFile().OpenAt(folder.Get(), "file", CFile::modeCreate));
-    EXPECT_TRUE(child.OpenChild(folder, "sub"));
-    const std::string temp = child.MakeTempFile();
+    EXPECT_FALSE(child.OpenChild(folder, u"link"));
+    EXPECT_FALSE(CFile().OpenAt(folder, u"file", CFile::modeCreate));
+    EXPECT_TRUE(child.OpenChild(folder, u"sub"));
+    const std::u16string temp = child.MakeTempFile();
     // The held folder stays the same one when its name is given to a link.
     ASSERT_EQ(rename((scratch.Path() + "/sub").c_str(), (scratch.Path() + "/moved").c_str()), 0);
     ASSERT_EQ(symlink(outside.Path().c_str(), (scratch.Path() + "/sub").c_str()), 0);
-    EXPECT_TRUE(child.Replace(temp, "victim"));
+    EXPECT_TRUE(child.Replace(temp, u"victim"));
     EXPECT_EQ(outside.Read("victim"), "safe");
     EXPECT_EQ(outside.Names(), std::vector<std::string>{"victim"});
     EXPECT_EQ(scratch.Read("moved/victim"), "");
@@ -107,7 +108,7 @@ TEST(FileTimeTest, WordsBecomeWholeSeconds) {
     EXPECT_FALSE(convert(0));
     EXPECT_FALSE(convert(uint64_t{1} << 63));
     EXPECT_FALSE(convert(UINT64_MAX));
-    const FILETIME time = FileTimeFrom({1'700'000'000, 123'456'789});
+    const FILETIME time = FileTimeFrom(1'700'000'000, 123'456'789);
     EXPECT_EQ(uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime,
               kUnix + 17'000'000'001'234'567ULL);
 }

@@ -25,12 +25,8 @@ uint16_t FreePort() {
     return ntohs(any.sin_port);
 }
 
-sockaddr_in Loopback(uint16_t port) {
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(port);
-    to.sin_addr.s_addr = inet_addr("127.0.0.1");
-    return to;
+Endpoint Loopback(uint16_t port) {
+    return {inet_addr("127.0.0.1"), port};
 }
 
 class SocketTest : public testing::Test {
@@ -52,7 +48,7 @@ class SocketTest : public testing::Test {
     CAsyncSocket receiver;
     CAsyncSocket sender;
     std::vector<uint8_t> buffer = std::vector<uint8_t>(100);
-    sockaddr_in from{};
+    Endpoint from;
 };
 
 TEST_F(SocketTest, OversizedDatagramIsLostWhole) {
@@ -60,7 +56,7 @@ TEST_F(SocketTest, OversizedDatagramIsLostWhole) {
     Send(101);
     Send(0);
     EXPECT_EQ(Receive(), 100);
-    EXPECT_EQ(inet_ntoa(from.sin_addr.s_addr), "127.0.0.1");
+    EXPECT_EQ(inet_ntoa(from.address), "127.0.0.1");
     EXPECT_EQ(Receive(0), -1);
     EXPECT_EQ(Receive(), 0) << "an empty datagram is one";
     EXPECT_EQ(Receive(0), -1);

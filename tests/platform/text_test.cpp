@@ -5,6 +5,7 @@
 #include <functional>
 
 #include "platform/path.h"
+#include "platform/posix/disk_path.h"
 #include "platform/text.h"
 
 namespace brenholt {

@@ -93,11 +93,7 @@ void Sleep(uint32_t milliseconds) {
     call.wire.Wait(call.wire.NowUs() + uint64_t{milliseconds} * 1000, [] { return false; });
 }
 
-bool CAsyncSocket::Create(uint16_t port) {
-    return Create(port, {});
-}
-
-bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter>) {
+bool CAsyncSocket::Create(uint16_t port, const DatagramRule&) {
     const Call call;
     call.wire.m_ports[this] = port;
     return true;
@@ -109,7 +105,7 @@ void CAsyncSocket::Close() {
     call.wire.m_interrupted.erase(this);
 }
 
-int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
+int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, Endpoint& from) {
     const Call call;
     from = {};
     const auto port = call.wire.m_ports.find(this);
@@ -127,13 +123,11 @@ int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
         return -1;
     }
     std::copy(datagram.bytes.begin(), datagram.bytes.end(), buffer.begin());
-    from.sin_family = AF_INET;
-    from.sin_addr.s_addr = inet_addr(datagram.peer);
-    from.sin_port = htons(datagram.peerPort);
+    from = {inet_addr(datagram.peer), datagram.peerPort};
     return static_cast<int>(datagram.bytes.size());
 }
 
-int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
+int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, Endpoint& from, uint32_t waitUs) {
     AwaitDatagram(waitUs);
     return TakeDatagram(buffer, from);
 }
@@ -156,7 +150,7 @@ void CAsyncSocket::Interrupt() {
     call.wire.m_interrupted.insert(this);
 }
 
-int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
+int CAsyncSocket::SendTo(std::span<const uint8_t> data, const Endpoint& to) {
     const Call call;
     const auto port = call.wire.m_ports.find(this);
     if (port == call.wire.m_ports.end()) {
@@ -164,8 +158,8 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
         return -1;
     }
     if (call.wire.onSend) {
-        call.wire.onSend({inet_ntoa(to.sin_addr.s_addr), ntohs(to.sin_port), port->second,
-                          std::string(data.begin(), data.end())});
+        call.wire.onSend(
+            {inet_ntoa(to.address), to.port, port->second, std::string(data.begin(), data.end())});
     }
     return static_cast<int>(data.size());
 }

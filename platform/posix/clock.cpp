@@ -5,17 +5,6 @@
 
 namespace brenholt {
 
-uint64_t GetMicroseconds() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1'000'000 +
-           static_cast<uint64_t>(now.tv_nsec) / 1000;
-}
-
-uint32_t GetTickCount() {
-    return static_cast<uint32_t>(GetMicroseconds() / 1000);
-}
-
 void Sleep(uint32_t milliseconds) {
     if (milliseconds == 0) {
         return;

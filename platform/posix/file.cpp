@@ -8,7 +8,10 @@
 #include <cerrno>
 #include <filesystem>
 
+#include "platform/folder.h"
 #include "platform/path.h"
+#include "platform/posix/descriptor.h"
+#include "platform/posix/disk_path.h"
 #include "platform/text.h"
 
 namespace brenholt {
@@ -20,7 +23,8 @@ constexpr uint8_t kHidden = 0x02;
 constexpr uint8_t kArchive = 0x20;
 
 FileIdentity IdentityOf(const struct stat& status) {
-    return {status.st_dev, status.st_ino, static_cast<uint64_t>(status.st_size), status.st_mtim};
+    return {status.st_dev, status.st_ino, static_cast<uint64_t>(status.st_size),
+            status.st_mtim.tv_sec, static_cast<uint32_t>(status.st_mtim.tv_nsec)};
 }
 
 struct stat StatusOf(int fd) {
@@ -31,56 +35,58 @@ struct stat StatusOf(int fd) {
     return status;
 }
 
-}  // namespace
-
-bool FileIdentity::operator==(const FileIdentity& other) const {
-    return device == other.device && file == other.file && size == other.size &&
-           lastWrite.tv_sec == other.lastWrite.tv_sec &&
-           lastWrite.tv_nsec == other.lastWrite.tv_nsec;
-}
-
-bool CFile::Open(const std::string& path, Mode mode) {
-    return OpenAt(AT_FDCWD, path, mode);
-}
-
-bool CFile::OpenAt(int folder, const std::string& name, Mode mode) {
-    int flags = O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
-    flags |= mode == modeRead ? O_RDONLY : O_WRONLY;
-    flags |= mode == modeCreate ? O_CREAT : 0;
-    flags |= folder != AT_FDCWD ? O_NOFOLLOW : 0;
-    CDescriptor fd(Uninterrupted([&] { return openat(folder, name.c_str(), flags, 0666); }));
+// Opens and locks it; empty when that fails.
+CFileHandle OpenRegular(int folder, const std::string& path, CFile::Mode mode, int flags) {
+    flags |= O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+    flags |= mode == CFile::modeRead ? O_RDONLY : O_WRONLY;
+    flags |= mode == CFile::modeCreate ? O_CREAT : 0;
+    CFileHandle file(
+        AboveStandard(Uninterrupted([&] { return openat(folder, path.c_str(), flags, 0666); })));
+    const int fd = Descriptor(file);
     // A network file system may lack such locks: only one that is held elsewhere refuses.
-    if (!fd || (flock(fd.Get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) {
-        return false;
+    if (!file || (flock(fd, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK)) {
+        return {};
     }
     struct stat status {};
-    if (fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return false;
+    if (fstat(fd, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return {};
     }
-    if (mode == modeCreate && status.st_size > 0 &&
-        Uninterrupted([&] { return ftruncate(fd.Get(), 0); }) != 0) {
-        return false;
+    if (mode == CFile::modeCreate && status.st_size > 0 &&
+        Uninterrupted([&] { return ftruncate(fd, 0); }) != 0) {
+        return {};
     }
-    m_fd = std::move(fd);
-    return true;
+    return file;
+}
+
+}  // namespace
+
+bool CFile::Open(std::u16string_view path, Mode mode) {
+    m_file = OpenRegular(AT_FDCWD, DiskPath(path), mode, 0);
+    return static_cast<bool>(m_file);
+}
+
+bool CFile::OpenAt(const CFolder& folder, std::u16string_view name, Mode mode) {
+    m_file =
+        OpenRegular(static_cast<int>(folder.Get()), WideCharToMultiByte(name), mode, O_NOFOLLOW);
+    return static_cast<bool>(m_file);
 }
 
 uint64_t CFile::GetLength() const {
-    return static_cast<uint64_t>(StatusOf(m_fd.Get()).st_size);
+    return static_cast<uint64_t>(StatusOf(Descriptor(m_file)).st_size);
 }
 
 FileIdentity CFile::GetIdentity() const {
-    return IdentityOf(StatusOf(m_fd.Get()));
+    return IdentityOf(StatusOf(Descriptor(m_file)));
 }
 
 void CFile::Seek(uint64_t offset) {
-    if (lseek(m_fd.Get(), static_cast<off_t>(offset), SEEK_SET) < 0) {
+    if (lseek(Descriptor(m_file), static_cast<off_t>(offset), SEEK_SET) < 0) {
         throw CFileException();
     }
 }
 
 void CFile::SeekToEnd() {
-    if (lseek(m_fd.Get(), 0, SEEK_END) < 0) {
+    if (lseek(Descriptor(m_file), 0, SEEK_END) < 0) {
         throw CFileException();
     }
 }
@@ -89,7 +95,7 @@ size_t CFile::Read(std::span<uint8_t> buffer) {
     size_t taken = 0;
     while (taken < buffer.size()) {
         const ssize_t n = Uninterrupted(
-            [&] { return read(m_fd.Get(), buffer.data() + taken, buffer.size() - taken); });
+            [&] { return read(Descriptor(m_file), buffer.data() + taken, buffer.size() - taken); });
         if (n < 0) {
             throw CFileException();
         }
@@ -104,7 +110,7 @@ size_t CFile::Read(std::span<uint8_t> buffer) {
 void CFile::Write(std::span<const uint8_t> data) {
     while (!data.empty()) {
         const ssize_t n =
-            Uninterrupted([&] { return write(m_fd.Get(), data.data(), data.size()); });
+            Uninterrupted([&] { return write(Descriptor(m_file), data.data(), data.size()); });
         if (n <= 0) {
             throw CFileException();
         }
@@ -114,15 +120,15 @@ void CFile::Write(std::span<const uint8_t> data) {
 
 // The lock belongs to the open file, which a forked child may keep open for longer than we do.
 void CFile::Unlock() {
-    if (m_fd) {
-        flock(m_fd.Get(), LOCK_UN);
+    if (m_file) {
+        flock(Descriptor(m_file), LOCK_UN);
     }
 }
 
 void CFile::Close() {
     Unlock();
     // The descriptor is closed whatever the call returns, EINTR included.
-    const int fd = m_fd.Release();
+    const auto fd = static_cast<int>(m_file.Release());
     if (fd >= 0 && close(fd) != 0 && errno != EINTR) {
         throw CFileException();
     }
@@ -150,8 +156,8 @@ std::optional<CFileStatus> GetStatus(std::u16string_view path) {
     if (result.m_fileName.starts_with(u'.')) {
         result.m_attribute |= kHidden;
     }
-    result.m_lastWrite = FileTimeFrom(status.st_mtim);
     result.m_identity = IdentityOf(status);
+    result.m_lastWrite = FileTimeFrom(result.m_identity.lastWrite, result.m_identity.nanoseconds);
     return result;
 }
 

@@ -1,12 +1,15 @@
 #include "platform/socket.h"
 
-#include <linux/filter.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 
 #include <algorithm>
 #include <array>
 #include <ctime>
+
+#include "platform/posix/datagram_filter.h"
+#include "platform/posix/descriptor.h"
 
 namespace brenholt {
 namespace {
@@ -25,34 +28,33 @@ uint64_t NowNs() {
     return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
 }
 
-}  // namespace
-
-bool CAsyncSocket::Create(uint16_t port) {
-    return Create(port, {});
+sockaddr_in SystemAddress(const Endpoint& endpoint) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_port = htons(endpoint.port);
+    address.sin_addr.s_addr = endpoint.address;
+    return address;
 }
 
-bool CAsyncSocket::Create(uint16_t port, std::span<const sock_filter> filter) {
+}  // namespace
+
+bool CAsyncSocket::Create(uint16_t port, const DatagramRule& rule) {
     // Whoever waits is to be interrupted also where there is no port to hear from.
     m_waker.Open();
-    CDescriptor fd(socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0));
-    if (!fd) {
+    CSocketHandle socket(
+        AboveStandard(::socket(AF_INET, SOCK_DGRAM | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)));
+    if (!socket) {
         return false;
     }
-    if (!filter.empty()) {
-        // The filter comes before the port: nothing unfiltered queues. Without it the receiver's own
-        // test does the same, later.
-        const sock_fprog program{static_cast<unsigned short>(filter.size()),
-                                 const_cast<sock_filter*>(filter.data())};
-        setsockopt(fd.Get(), SOL_SOCKET, SO_ATTACH_FILTER, &program, sizeof program);
+    if (!rule.prefix.empty()) {
+        // The filter comes before the port: nothing unfiltered queues.
+        AttachFilter(Descriptor(socket), rule);
     }
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_port = htons(port);
-    local.sin_addr.s_addr = htonl(INADDR_ANY);
-    if (bind(fd.Get(), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
+    const sockaddr_in local = SystemAddress({INADDR_ANY, port});
+    if (bind(Descriptor(socket), reinterpret_cast<const sockaddr*>(&local), sizeof local) != 0) {
         return false;
     }
-    m_socket = std::move(fd);
+    m_socket = std::move(socket);
     return true;
 }
 
@@ -61,19 +63,19 @@ void CAsyncSocket::Close() {
     m_waker.Close();
 }
 
-int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, sockaddr_in& from) {
-    from = {};
+int CAsyncSocket::TakeDatagram(std::span<uint8_t> buffer, Endpoint& from) {
+    sockaddr_in source{};
     const ssize_t n = Uninterrupted([&] {
-        socklen_t length = sizeof from;
-        return recvfrom(m_socket.Get(), buffer.data(), buffer.size(), MSG_TRUNC,
-                        reinterpret_cast<sockaddr*>(&from), &length);
+        socklen_t length = sizeof source;
+        return recvfrom(Descriptor(m_socket), buffer.data(), buffer.size(), MSG_TRUNC,
+                        reinterpret_cast<sockaddr*>(&source), &length);
     });
+    from = {source.sin_addr.s_addr, ntohs(source.sin_port)};
     // The real length, also of a datagram that was cut to the buffer.
     return n < 0 || static_cast<size_t>(n) > buffer.size() ? -1 : static_cast<int>(n);
 }
 
-int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint32_t waitUs) {
-    from = {};
+int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, Endpoint& from, uint32_t waitUs) {
     if (waitUs == 0) {
         return TakeDatagram(buffer, from);
     }
@@ -90,7 +92,8 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, sockaddr_in& from, uint
 }
 
 bool CAsyncSocket::AwaitDatagram(uint32_t waitUs) {
-    std::array<pollfd, 2> waiting{{{m_socket.Get(), POLLIN, 0}, {m_waker.Get(), POLLIN, 0}}};
+    std::array<pollfd, 2> waiting{
+        {{Descriptor(m_socket), POLLIN, 0}, {static_cast<int>(m_waker.Get()), POLLIN, 0}}};
     if (waiting[1].fd < 0) {
         waitUs = std::min(waitUs, kSliceUs);
     }
@@ -104,10 +107,11 @@ bool CAsyncSocket::AwaitDatagram(uint32_t waitUs) {
     return true;
 }
 
-int CAsyncSocket::SendTo(std::span<const uint8_t> data, const sockaddr_in& to) {
+int CAsyncSocket::SendTo(std::span<const uint8_t> data, const Endpoint& to) {
+    const sockaddr_in destination = SystemAddress(to);
     const ssize_t n = Uninterrupted([&] {
-        return sendto(m_socket.Get(), data.data(), data.size(), 0,
-                      reinterpret_cast<const sockaddr*>(&to), sizeof to);
+        return sendto(Descriptor(m_socket), data.data(), data.size(), 0,
+                      reinterpret_cast<const sockaddr*>(&destination), sizeof destination);
     });
     m_sentNs = NowNs();
     return static_cast<int>(n);

@@ -1,5 +1,8 @@
 #include "platform/thread.h"
 
+#include <pthread.h>
+#include <semaphore.h>
+
 #include <cerrno>
 #include <csignal>
 #include <new>
@@ -18,22 +21,27 @@ void* RunThread(void* start) {
     return nullptr;
 }
 
+sem_t* Semaphore(std::array<std::byte, 32>& events) {
+    return std::launder(reinterpret_cast<sem_t*>(&events));
+}
+
 }  // namespace
 
 CEvent::CEvent() {
-    sem_init(&m_events, 0, 0);
+    static_assert(sizeof(sem_t) <= sizeof m_events);
+    sem_init(new (&m_events) sem_t, 0, 0);
 }
 
 CEvent::~CEvent() {
-    sem_destroy(&m_events);
+    sem_destroy(Semaphore(m_events));
 }
 
 void CEvent::SetEvent() {
-    sem_post(&m_events);
+    sem_post(Semaphore(m_events));
 }
 
 void CEvent::Wait() {
-    while (sem_wait(&m_events) != 0 && errno == EINTR) {
+    while (sem_wait(Semaphore(m_events)) != 0 && errno == EINTR) {
     }
 }
 

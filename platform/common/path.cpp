@@ -11,12 +11,6 @@ constexpr std::u16string_view kSeparators = u"\\/";
 
 }  // namespace
 
-std::string DiskPath(std::u16string_view path) {
-    std::u16string slashed(path);
-    std::replace(slashed.begin(), slashed.end(), u'\\', u'/');
-    return WideCharToMultiByte(slashed);
-}
-
 std::u16string FolderPath(std::u16string_view path) {
     std::u16string folder(path);
     std::replace(folder.begin(), folder.end(), u'/', u'\\');
