@@ -84,7 +84,6 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
         ++m_now.own;
     }
     ++m_now.heard;
-    m_now.owed |= others.owe;
     if (answers) {
         m_kept.Keep(reply);
         m_now.answeredAt = now;
@@ -173,11 +172,11 @@ void ReplyAccount::End(const Reply* answer) {
             {m_now.address, m_now.kind, Hash(m_now.datagram), key, sent, sent + took});
     }
     if (answer != nullptr) {
-        // Only a lone request whose answer nothing else explains tells how fast the panel is.
+        // Only a lone request tells how fast the panel is.
         uint64_t& usual = m_speed->usualUs;
         if (usual == 0) {
             usual = latency;
-        } else if (m_sends.size() == 1 && !m_now.owed) {
+        } else if (m_sends.size() == 1) {
             usual = std::min(latency, usual + usual / 8 + 1);
         }
         ++m_speed->answers;

@@ -83,11 +83,10 @@ class ReplyAccount {
         const ReplyKind* kind = nullptr;
         uint64_t timeoutUs = 0;
         std::span<const uint8_t> datagram;
-        size_t heard = 0;      // replies that were not believed when they came
-        size_t own = 0;        // replies that others do not explain
-        bool owed = false;     // one of those can have been owed
-        bool twin = false;     // one was explained as a duplicate,
-        bool hasty = false;    // the latest, in which there is hardly a doubt
+        size_t heard = 0;    // replies that were not believed when they came
+        size_t own = 0;      // replies that others do not explain
+        bool twin = false;   // one was explained as a duplicate,
+        bool hasty = false;  // the latest, in which there is hardly a doubt
         uint64_t answeredAt = 0;
         std::optional<uint64_t> settleAt;
         int doubts = 0;
