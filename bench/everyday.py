@@ -230,6 +230,9 @@ def panel_after_a_silent_one(world):
         while not table.use(wide(SILENT)):
             time.sleep(0.01)
         world.process.send_signal(signal.SIGSTOP)
+        stat = pathlib.Path(f"/proc/{world.process.pid}/stat")
+        while stat.read_text().rpartition(")")[2].split()[0] != "T":
+            time.sleep(0.001)
         silent = table.tm()
         world.process.send_signal(signal.SIGCONT)
         table.use(wide(ADDRESS))
@@ -281,4 +284,5 @@ def main():
     sys.exit(1 if wrong else 0)
 
 
-main()
+if __name__ == "__main__":
+    main()
