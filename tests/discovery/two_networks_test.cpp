@@ -3,7 +3,6 @@
 #include <gmock/gmock.h>
 #include <netinet/in.h>
 #include <sched.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -11,9 +10,10 @@
 #include <string>
 
 #include "link/tv_udp.h"
-#include "platform/address.h"
 #include "platform/clock.h"
 #include "tests/dialogs/scripted_backend.h"
+#include "tools/panel/beacon.h"
+#include "tools/panel/udp.h"
 
 namespace brenholt {
 namespace {
@@ -39,21 +39,9 @@ bool EnterNamespace() {
     return true;
 }
 
-int BoundSocket(const char* address) {
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_addr.s_addr = inet_addr(address);
-    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    return bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) == 0 ? fd : -1;
-}
-
-void SendBeacon(int fd, const char* host, const std::string& project) {
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(BRENHOLT_PORT_BEACON);
-    to.sin_addr.s_addr = inet_addr(host);
-    const std::string beacon = "Is there anybody ?" + project + "_ARM_0123";
-    sendto(fd, beacon.data(), beacon.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
+void SendBeacon(uint32_t panel, uint32_t host, const std::string& project) {
+    tavrin::SendTo(tavrin::BindUdp({panel, 0}), {host, BRENHOLT_PORT_BEACON},
+                   tavrin::MakeBeacon(project + "_ARM_0123"));
 }
 
 TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
@@ -66,16 +54,13 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
                "ip addr add 10.2.0.5/32 dev lo && ip addr add 10.9.0.5/32 dev lo")) {
         GTEST_SKIP() << "the ip tool or the kernel's veth is missing";
     }
-    const int near = BoundSocket("10.1.0.5");
-    const int second = BoundSocket("10.2.0.5");
-    const int far = BoundSocket("10.9.0.5");
     CTvUdp link;
     ASSERT_EQ(link.Start(1, 100, 0), 1);
     std::vector<BrenholtUnitRow> rows(8);
     for (int round = 0; round < 400; ++round) {
-        SendBeacon(near, "10.1.0.1", "Near");
-        SendBeacon(second, "10.2.0.1", "Second");
-        SendBeacon(far, "10.1.0.1", "Far");
+        SendBeacon(0x0A010005, 0x0A010001, "Near");
+        SendBeacon(0x0A020005, 0x0A020001, "Second");
+        SendBeacon(0x0A090005, 0x0A010001, "Far");
         if (link.GetUnits(8, reinterpret_cast<uint8_t*>(rows.data())) == 3) {
             break;
         }
@@ -97,9 +82,6 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
     EXPECT_EQ(std::u16string(link.m_strTargetIp.c_str()), u"10.2.0.5");
     EXPECT_EQ(link.m_nTargetVersion, 123);
     link.Stop();
-    for (const int fd : {near, second, far}) {
-        close(fd);
-    }
 }
 
 }  // namespace

@@ -267,7 +267,10 @@ void StopAWalk(World& world, size_t requests, size_t answers, uint32_t afterMs =
 
 void UseUnitDuringACommand(World& world) {
     world.answer = Silent;
-    g_link.m_ping.m_listUnits.push_back(std::make_unique<CTavrinUnit>(u"10.0.0.2", 4000));
+    {
+        const CSingleLock lock(g_link.m_ping.m_lock);
+        g_link.m_ping.m_listUnits.push_back(std::make_unique<CTavrinUnit>(u"10.0.0.2", 4000));
+    }
     world.Start(kLinkOnly, kLongTimeoutMs);
     world.table.CmdTM();
     world.AwaitSent(1);
