@@ -183,6 +183,21 @@ class Commands(Case):
         code, out, err = run("--module", self.make("no.so", b"no module"), "discover")
         self.assertEqual((code, out), (4, b""))
 
+    @unittest.skipUnless(shutil.which("Xvfb") and shutil.which("xdotool"), "Xvfb or xdotool is missing")
+    def test_chosen_panel_takes_the_command(self):
+        server = programs.XServer({**ENVIRONMENT, "QT_QPA_PLATFORM": "xcb"})
+        self.addCleanup(server.end)
+        with panels("--panel", self.panel_argument()):
+            for words, shown in ((["choose"], b"Line1\n"), (["-c", "identify"], b"Line1  0001 0000 0000\n")):
+                host = subprocess.Popen([BRENHOLT, *words], env=server.environment, stdout=subprocess.PIPE,
+                                        cwd=self.root)
+                self.addCleanup(host.kill)
+                server.enter("^Search Tavrin$")
+                server.xdotool("key", "Tab", "Down", "Return")
+                answer, _ = host.communicate(timeout=60)
+                self.assertEqual((host.returncode, answer[:10]), (0, b"127.0.0.2 "))
+                self.assertTrue(answer.endswith(shown), answer)
+
     def test_choose_needs_a_display(self):
         environment = {key: value for key, value in ENVIRONMENT.items()
                        if key not in ("DISPLAY", "WAYLAND_DISPLAY", "QT_QPA_PLATFORM")}
