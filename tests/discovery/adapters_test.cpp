@@ -34,6 +34,9 @@ TEST_F(AdaptersTest, AnAddressIsOnTheNetworkOfAnAdapterOrOnNone) {
     for (const auto& [ip, same] : cases) {
         EXPECT_EQ(link.IsSameNetwork(ip), same) << testing::PrintToString(ip);
     }
+    Have(u"0.0.0.9", u"255.255.255.0");
+    EXPECT_EQ(link.IsSameNetwork(u"0.0.0.5"), 1);
+    EXPECT_EQ(link.IsSameNetwork(u"0.0.0.0"), 0) << "no address";
     EXPECT_EQ(link.IpToNumber(u"1.2.3.4"), 0x01020304U);
     EXPECT_EQ(link.IpToNumber(u"nonsense"), 0xFFFFFFFFU);
 }

@@ -5,6 +5,7 @@
 #include <sched.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -39,9 +40,11 @@ bool EnterNamespace() {
     return true;
 }
 
+// The case of its greeting does not matter.
 void SendBeacon(uint32_t panel, uint32_t host, const std::string& project) {
-    tavrin::SendTo(tavrin::BindUdp({panel, 0}), {host, BRENHOLT_PORT_BEACON},
-                   tavrin::MakeBeacon(project + "_ARM_0123"));
+    tavrin::Bytes beacon = tavrin::MakeBeacon(project + "_ARM_0123");
+    std::transform(beacon.begin(), beacon.begin() + 16, beacon.begin(), toupper);
+    tavrin::SendTo(tavrin::BindUdp({panel, 0}), {host, BRENHOLT_PORT_BEACON}, beacon);
 }
 
 TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
@@ -54,11 +57,12 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
                "ip addr add 10.2.0.5/32 dev lo && ip addr add 10.9.0.5/32 dev lo")) {
         GTEST_SKIP() << "the ip tool or the kernel's veth is missing";
     }
+    const std::string longest(1400 - 18 - 9, 'n');
     CTvUdp link;
     ASSERT_EQ(link.Start(1, 100, 0), 1);
     std::vector<BrenholtUnitRow> rows(8);
     for (int round = 0; round < 400; ++round) {
-        SendBeacon(0x0A010005, 0x0A010001, "Near");
+        SendBeacon(0x0A010005, 0x0A010001, longest);
         SendBeacon(0x0A020005, 0x0A020001, "Second");
         SendBeacon(0x0A090005, 0x0A010001, "Far");
         if (link.GetUnits(8, reinterpret_cast<uint8_t*>(rows.data())) == 3) {
@@ -67,12 +71,13 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
         Sleep(50);
     }
     ScriptedBackend backend;
-    backend.Then([](ScriptedWindow& window) {
+    backend.Then([&](ScriptedWindow& window) {
         std::map<std::u16string, std::u16string> listed;
         for (const Cells& row : window.Rows()) {
             listed[row[0]] = row[1] + u' ' + row[3];
         }
-        EXPECT_THAT(listed, testing::ElementsAre(std::pair(u"10.1.0.5", u"Near Auto"),
+        const std::u16string near(longest.begin(), longest.end());
+        EXPECT_THAT(listed, testing::ElementsAre(std::pair(u"10.1.0.5", near + u" Auto"),
                                                  std::pair(u"10.2.0.5", u"Second Auto")));
         EXPECT_EQ(window.Shown(1008), u"Different network Tavrin : 10.9.0.5  Far\r\n");
         window.Select(window.Rows().at(0).at(1) == u"Second" ? 0 : 1);
