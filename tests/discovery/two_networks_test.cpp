@@ -54,7 +54,8 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
     if (!Shell("ip link set lo up && ip link add net1 type veth peer name net2 && "
                "ip addr add 10.1.0.1/24 dev net1 && ip addr add 10.2.0.1/24 dev net2 && "
                "ip link set net1 up && ip link set net2 up && ip addr add 10.1.0.5/32 dev lo && "
-               "ip addr add 10.2.0.5/32 dev lo && ip addr add 10.9.0.5/32 dev lo")) {
+               "ip addr add 10.2.0.5/32 dev lo && ip addr add 10.9.0.5/32 dev lo && "
+               "ip route add 172.16.0.0/16 via 10.1.0.9")) {
         GTEST_SKIP() << "the ip tool or the kernel's veth is missing";
     }
     const std::string longest(1400 - 18 - 9, 'n');
@@ -86,6 +87,9 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
     EXPECT_EQ(link.SelectTarget(0), 1);
     EXPECT_EQ(std::u16string(link.m_strTargetIp.c_str()), u"10.2.0.5");
     EXPECT_EQ(link.m_nTargetVersion, 123);
+    for (const auto& adapter : link.m_listAdapters) {
+        EXPECT_EQ(adapter->m_strGateway, adapter->m_strName == u"net1" ? u"10.1.0.9" : u"0.0.0.0");
+    }
     link.Stop();
 }
 
