@@ -4,7 +4,6 @@
 #include <filesystem>
 #include <iostream>
 #include <random>
-#include <sstream>
 
 #include "platform/path.h"
 #include "platform/text.h"
@@ -31,14 +30,44 @@ class HostileTrees : public LinkFixture {
         }
         fs::create_symlink(outside + "/sub", outside + "/link");
         before = Snapshot(outside);
-        // One a line.
-        hostile = Lines("..\n../\n.\na/b\n..\\x\n\n/\n\\\n../outside/victim\n..\\outside\\sub\n" +
-                        outside + "/victim\n" + outside + "\n/../../../../../../tmp/x\n" +
-                        std::string("\0a\n..\0a\n../outside\0a\n", 20));
-        odd = Lines(
-            "a\nb\nsub\ndeep\nvictim\nlink\n...\n \n~\n-rf\nC:\n%2e%2e\nsub \nTMP00000000.tmp\n" +
-            std::string(255, 'n') + "\n\xFF\xFE\n\xC0\xAE\xC0\xAE\ne\xCC\x81\n\xC3\xA9\n" +
-            "\xEF\xBC\x8F\n" + std::string("a\0../b\n", 7));
+        using namespace std::string_literals;
+        hostile = {"..",
+                   "../",
+                   ".",
+                   "a/b",
+                   "..\\x",
+                   "",
+                   "/",
+                   "\\",
+                   "../outside/victim",
+                   "..\\outside\\sub",
+                   outside + "/victim",
+                   outside,
+                   "/../../../../../../tmp/x",
+                   "\0a"s,
+                   "..\0a"s,
+                   "../outside\0a"s};
+        odd = {"a",
+               "b",
+               "sub",
+               "deep",
+               "victim",
+               "link",
+               "...",
+               " ",
+               "~",
+               "-rf",
+               "C:",
+               "%2e%2e",
+               "sub ",
+               "TMP00000000.tmp",
+               std::string(255, 'n'),
+               "\xFF\xFE",
+               "\xC0\xAE\xC0\xAE",
+               "e\xCC\x81",
+               "\xC3\xA9",
+               "\xEF\xBC\x8F",
+               "a\0../b"s};
         answer = [this](const std::string& request) {
             if (--untilSwap == 0) {
                 SwapForALink();
@@ -50,14 +79,6 @@ class HostileTrees : public LinkFixture {
         };
     }
 
-    static std::vector<std::string> Lines(const std::string& text) {
-        std::vector<std::string> lines;
-        std::istringstream stream(text);
-        for (std::string line; std::getline(stream, line);) {
-            lines.push_back(line);
-        }
-        return lines;
-    }
     bool Chance(unsigned oneIn) { return random() % oneIn == 0; }
     const std::string& Any(const std::vector<std::string>& of) { return of[random() % of.size()]; }
 
