@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "commands/packet_offset.h"
 #include "tests/support/link_fixture.h"
 #include "tests/support/panel_replies.h"
 #include "tests/support/scratch_folder.h"
@@ -33,6 +34,19 @@ TEST_F(FetchTest, RequestsNameTheOffset) {
     EXPECT_EQ(folder.Read("file.bin"), "abcde");
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"file.bin"});
     EXPECT_EQ(link->m_nPaceMs, 3);
+}
+
+TEST(PacketOffsetTest, HasEightDigitsAndNoMore) {
+    PacketOffset offset;
+    const auto digits = [&offset] {
+        const auto bytes = offset.Digits();
+        return std::string(bytes.begin(), bytes.end());
+    };
+    EXPECT_TRUE(offset.Advance(0xFEDCBA98));
+    EXPECT_EQ(digits(), "FEDCBA98");
+    EXPECT_FALSE(offset.Advance(0x01234568));
+    EXPECT_TRUE(offset.Advance(0x01234567));
+    EXPECT_EQ(digits(), "FFFFFFFF");
 }
 
 TEST_F(FetchTest, PaceFollowsItsTwoRules) {

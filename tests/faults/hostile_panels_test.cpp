@@ -11,6 +11,7 @@
 #include "tests/support/link_fixture.h"
 #include "tests/support/panel_replies.h"
 #include "tests/support/scale.h"
+#include "tests/support/scratch_folder.h"
 
 namespace brenholt {
 namespace {
