@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -36,7 +37,7 @@ auto Run(std::string_view call, int error, size_t size, Real real) {
     const bool halves = size > 0 && (way == Way::Halve || way == Way::Kill);
     decltype(real(size)) result = -1;
     if (!way || halves || call == "close") {
-        result = real(halves ? (size + 1) / 2 : size);
+        result = real(halves ? std::min<size_t>((size + 1) / 2, 1000) : size);
     }
     if (way == Way::Kill) {
         raise(SIGKILL);

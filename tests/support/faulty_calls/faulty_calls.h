@@ -12,8 +12,8 @@ namespace brenholt::faulty {
 enum class Way {
     Fail,       // the call does nothing and says so; a close closes, and says it went wrong
     Interrupt,  // a signal comes first: the call does nothing
-    Halve,      // a read or a write moves half of the bytes
-    Kill,       // the process is killed instead; a write has got half of its bytes out
+    Halve,      // a read or a write moves half of the bytes, 1000 at most
+    Kill,       // the process is killed instead; a write has got such a part of its bytes out
 };
 inline constexpr std::string_view kAllocation = "allocation";
 inline constexpr std::string_view kAnyCall;  // but an allocation
