@@ -151,7 +151,9 @@ TEST(FitTextTest, ShortensFromTheEndUntilTheDotsFit) {
 }
 
 TEST(TemplateTest, ControlsLieInTheirWindowApartFromEachOther) {
+    std::set<int> dialogs;
     for (const DialogTemplate* dialog : {&kSearchTemplate, &kTargetTemplate, &kPickerTemplate}) {
+        EXPECT_TRUE(dialogs.insert(dialog->id).second) << "each has a layout of its own";
         std::set<int> ids;
         for (const ControlTemplate& a : dialog->controls) {
             EXPECT_TRUE(ids.insert(a.id).second) << a.id;
