@@ -119,6 +119,11 @@ TEST_F(Manners, SignalsDoNotShow) {
     struct sigaction action {};
     action.sa_handler = [](int) { ++(gettid() == g_mainThread ? g_signals : g_elsewhere); };
     sigaction(SIGALRM, &action, nullptr);
+    pthread_sigmask(SIG_BLOCK, &alarms, nullptr);
+    kill(getpid(), SIGALRM);
+    std::this_thread::sleep_for(20ms);  // for a thread that would take it
+    EXPECT_EQ(g_elsewhere, 0) << "the module's threads take no signals";
+    pthread_sigmask(SIG_UNBLOCK, &alarms, nullptr);
     const itimerval storm{{0, 500}, {0, 500}};
     setitimer(ITIMER_REAL, &storm, nullptr);
     for (int round = 0; round < 200 && g_signals < 100; ++round) {
