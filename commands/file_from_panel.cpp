@@ -10,6 +10,7 @@
 #include <functional>
 
 #include "commands/file_record.h"
+#include "commands/packet_offset.h"
 #include "commands/reply_words.h"
 #include "link/command_run.h"
 #include "link/tv_udp.h"
@@ -21,19 +22,12 @@ namespace brenholt {
 namespace {
 
 constexpr size_t kOffsetAt = 6;
-constexpr size_t kOffsetDigits = 8;
 constexpr size_t kTimeAt = 9;
 constexpr size_t kTimeSize = 8;
 constexpr char16_t kLastPacket = u'0';
 
 // How many packets in a row a panel may send that hold no data and are not the last.
 constexpr int kMaxEmptyPackets = 1000;
-
-void WriteOffset(std::span<uint8_t, kOffsetDigits> digits, uint32_t offset) {
-    for (size_t i = digits.size(); i > 0; --i, offset >>= 4) {
-        digits[i - 1] = static_cast<uint8_t>("0123456789ABCDEF"[offset & 0xF]);
-    }
-}
 
 // A new temporary file. The destructor deletes it, unless Become has renamed it.
 class TempFile {
@@ -200,10 +194,10 @@ std::optional<bool> CTvUdp::FetchOnce(std::u16string_view remote, const CFolder&
     m_account.BeginTransfer();
     const Judge judge = JudgePacket;
     Reply reply;
-    uint32_t offset = 0;
+    PacketOffset offset;
     int emptyPackets = 0;
     for (bool last = false; !last;) {
-        WriteOffset(std::span(m_txBuf).subspan<kOffsetAt, kOffsetDigits>(), offset);
+        std::ranges::copy(offset.Digits(), m_txBuf.begin() + kOffsetAt);
         const Outcome outcome = Exchange(header, kRules, judge, reply);
         if (outcome == Outcome::Refused && m_account.MayBeOutOfStep()) {
             return std::nullopt;
@@ -214,12 +208,10 @@ std::optional<bool> CTvUdp::FetchOnce(std::u16string_view remote, const CFolder&
         const std::span<const uint8_t> data = DataOf(reply);
         last = reply.Marker() == kLastPacket;
         emptyPackets = data.empty() ? emptyPackets + 1 : 0;
-        const bool wraps = offset + data.size() > UINT32_MAX;
-        if (wraps || emptyPackets > kMaxEmptyPackets || !staging.Add(data) ||
+        if (!offset.Advance(data.size()) || emptyPackets > kMaxEmptyPackets || !staging.Add(data) ||
             (!last && Interrupted())) {
             return false;
         }
-        offset += static_cast<uint32_t>(data.size());
     }
     const FILETIME time = ReadTime(reply.Datagram().subspan<kTimeAt, kTimeSize>());
     if (!EndsInStep()) {

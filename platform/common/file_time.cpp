@@ -19,9 +19,6 @@ FILETIME FileTimeFrom(int64_t seconds, uint32_t nanoseconds) {
 std::optional<int64_t> ToTime(FILETIME time) {
     const auto units =
         static_cast<int64_t>(uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
-    if (units < 0) {
-        return std::nullopt;
-    }
     const int64_t seconds = units / kUnitsPerSecond - kEpochSeconds;
     return LocalYear(seconds) >= kFirstYear ? std::optional(seconds) : std::nullopt;
 }

@@ -67,6 +67,17 @@ TEST_F(QueryTest, IdentityQueryPutsEverythingBack) {
     EXPECT_EQ(link->CmdIP(nullptr, 0, project, &version, &cpu), 0);
 }
 
+TEST_F(QueryTest, IdentityIsNoWordThatAnotherCommandIsOwed) {
+    EXPECT_EQ(link->CmdTM(0), 0);
+    const uint64_t start = ElapsedMs();
+    AnswerAlways("IP:ARM:0102:");
+    std::u16string project;
+    uint16_t version = 0;
+    uint16_t cpu = 0;
+    EXPECT_EQ(link->CmdIP(u"192.168.0.1", 0, project, &version, &cpu), 1);
+    EXPECT_LT(ElapsedMs() - start, 5U) << "it is believed at once";
+}
+
 TEST_F(QueryTest, VersionWordsAreAtFixedPlaces) {
     uint16_t a = 1;
     uint16_t b = 2;

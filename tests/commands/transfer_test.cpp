@@ -4,6 +4,7 @@
 #include <cstring>
 #include <fstream>
 
+#include "commands/packet_offset.h"
 #include "tests/support/link_fixture.h"
 #include "tests/support/panel_replies.h"
 #include "tests/support/scratch_folder.h"
@@ -33,6 +34,19 @@ TEST_F(FetchTest, RequestsNameTheOffset) {
     EXPECT_EQ(folder.Read("file.bin"), "abcde");
     EXPECT_EQ(folder.Names(), std::vector<std::string>{"file.bin"});
     EXPECT_EQ(link->m_nPaceMs, 3);
+}
+
+TEST(PacketOffsetTest, HasEightDigitsAndNoMore) {
+    PacketOffset offset;
+    const auto digits = [&offset] {
+        const auto bytes = offset.Digits();
+        return std::string(bytes.begin(), bytes.end());
+    };
+    EXPECT_TRUE(offset.Advance(0xFEDCBA98));
+    EXPECT_EQ(digits(), "FEDCBA98");
+    EXPECT_FALSE(offset.Advance(0x01234568));
+    EXPECT_TRUE(offset.Advance(0x01234567));
+    EXPECT_EQ(digits(), "FFFFFFFF");
 }
 
 TEST_F(FetchTest, PaceFollowsItsTwoRules) {
@@ -141,37 +155,32 @@ class SendTest : public LinkFixture {
         LinkFixture::SetUp();
         answer = [](const std::string& request) { return std::string("ACK") + request[6]; };
     }
-    std::string Digits() const {
-        std::string digits;
-        for (const std::string& request : sent) {
-            digits += request[6];
-        }
-        return digits;
+    int Send(std::u16string_view name = u"f") {
+        sent.clear();
+        return link->CmdDL(folder.Text(name).c_str(), u"r", 0);
+    }
+    int SendBlock(const std::string& block, const char16_t* text = u"") {
+        sent.clear();
+        return link->CmdML(reinterpret_cast<const uint8_t*>(block.data()),
+                           static_cast<int>(block.size()), text, 0);
     }
     ScratchFolder folder;
 };
 
 TEST_F(SendTest, DatagramDescribesItself) {
     folder.Write("name.bin", "data");
-    const std::string path = folder.Path() + "/name.bin";
-    const std::u16string text(path.begin(), path.end());
-    EXPECT_EQ(
-        link->CmdML(reinterpret_cast<const uint8_t*>(std::string(1391, 'x').data()), 1391, u"", 0),
-        0)
+    const size_t path = folder.Path().size() + std::strlen("/name.bin");
+    EXPECT_EQ(SendBlock(std::string(1391, 'x')), 0)
         << "leaves bytes in the buffer that must not show";
-    sent.clear();
-    EXPECT_EQ(link->CmdDL(text.c_str(), u"remote", 0), 1);
+    EXPECT_EQ(Send(u"name.bin"), 1);
     ASSERT_EQ(sent.size(), 1U);
     const std::string& datagram = sent[0];
-    const size_t header = std::strlen("Cmd=DL0remote") + 1;
-    const size_t data = header + 26 + path.size();
-    EXPECT_EQ(datagram.substr(0, header), WithNul("Cmd=DL0remote"));
-    EXPECT_EQ(static_cast<uint8_t>(datagram[header]), 4U);
-    EXPECT_EQ(static_cast<uint8_t>(datagram[header + 24]), path.size());
+    EXPECT_EQ(datagram.substr(0, 9), WithNul("Cmd=DL0r"));
+    EXPECT_EQ(static_cast<uint8_t>(datagram[9]), 4U);
+    EXPECT_EQ(static_cast<uint8_t>(datagram[9 + 24]), path);
     std::string area = "name.bin";
-    area.resize(path.size() + 1);
-    EXPECT_EQ(datagram.substr(header + 25, path.size() + 1), area);
-    EXPECT_EQ(datagram.substr(data), "data");
+    area.resize(path + 1);
+    EXPECT_EQ(datagram.substr(9 + 25), area + "data");
 }
 
 TEST_F(SendTest, WrongEchoIsAFailedAttempt) {
@@ -182,15 +191,15 @@ TEST_F(SendTest, WrongEchoIsAFailedAttempt) {
         return turn < 6 ? replies[turn++] : std::string("ACK") + request[6];
     };
     link->m_nRetries = 4;
-    EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 1);
-    EXPECT_EQ(Digits(),
-              "0000"
-              "111"
-              "2");
+    EXPECT_EQ(Send(), 1);
+    std::string digits;
+    for (const std::string& request : sent) {
+        digits += request[6];
+    }
+    EXPECT_EQ(digits, "00001112");
     EXPECT_EQ(link->m_nPaceMs, 3);
-    answer = [](const std::string&) { return "NAK"; };
-    sent.clear();
-    EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 0);
+    AnswerAlways("NAK");
+    EXPECT_EQ(Send(), 0);
     EXPECT_EQ(sent.size(), 4U);
 }
 
@@ -201,7 +210,7 @@ TEST_F(SendTest, FilesThatCannotBeSentSendNothing) {
     EXPECT_EQ(truncate((folder.Path() + "/huge").c_str(), off_t{1} << 31), 0);
     answer = nullptr;
     for (const char16_t* name : {u"empty", u"missing", u"fifo", u"", u"huge"}) {
-        EXPECT_EQ(link->CmdDL(folder.Text(name).c_str(), u"r", 0), 0);
+        EXPECT_EQ(Send(name), 0);
     }
     EXPECT_EQ(link->CmdDL(nullptr, nullptr, 0), 0);
     EXPECT_EQ(link->CmdDL(u"/dev/zero", u"r", 0), 0);
@@ -217,47 +226,31 @@ TEST_F(SendTest, NameMustFitItsArea) {
             bytes += "\xC3\xA4";
         }
         folder.Write(bytes, "data");
-        sent.clear();
-        const std::u16string path = folder.Text(std::u16string(letters, u'\xE4'));
-        EXPECT_EQ(link->CmdDL(path.c_str(), u"r", 0), letters == fits ? 1 : 0);
+        EXPECT_EQ(Send(std::u16string(letters, u'\xE4')), letters == fits ? 1 : 0);
         EXPECT_EQ(sent.size(), letters == fits ? 1U : 0U);
     }
 }
 
-TEST_F(SendTest, FileThatIsAnotherForAWhileIsNotSent) {
-    const std::string path = folder.Path() + "/f";
-    folder.Write("f", std::string(kTransferBlock + 1, 'x'));
-    folder.Write("other", std::string(kTransferBlock + 1, 'y'));
-    answer = [&](const std::string& request) {
-        if (sent.size() == 2) {
-            std::rename(path.c_str(), (path + "kept").c_str());
-            std::rename((folder.Path() + "/other").c_str(), path.c_str());
-        }
-        EXPECT_NE(request.back(), 'y');
-        return std::string("ACK") + request[6];
-    };
-    EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 0);
-}
-
 TEST_F(SendTest, FileThatChangesMeanwhileIsNotReportedAsSent) {
-    for (const char* change : {"grow", "shrink", "replace"}) {
-        folder.Write("f", std::string(5000, 'x'));
-        folder.Write("other", std::string(5000, 'y'));
-        sent.clear();
+    const std::string path = folder.Path() + "/f";
+    const auto replace = [&] { std::rename((folder.Path() + "/other").c_str(), path.c_str()); };
+    const std::pair<size_t, std::function<void()>> changes[] = {
+        {5000, [&] { std::ofstream(path, std::ios::app) << "more"; }},
+        {5000, [&] { EXPECT_EQ(truncate(path.c_str(), 100), 0); }},
+        {5000, replace},
+        {kTransferBlock + 1, replace},
+    };
+    for (const auto& change : changes) {
+        folder.Write("f", std::string(change.first, 'x'));
+        folder.Write("other", std::string(change.first, 'y'));
         answer = [&](const std::string& request) {
             if (sent.size() == 2) {
-                const std::string path = folder.Path() + "/f";
-                if (change[0] == 'g') {
-                    std::ofstream(path, std::ios::app) << "more";
-                } else if (change[0] == 's') {
-                    EXPECT_EQ(truncate(path.c_str(), 100), 0);
-                } else {
-                    std::rename((folder.Path() + "/other").c_str(), path.c_str());
-                }
+                change.second();
             }
+            EXPECT_NE(request.back(), 'y') << "of the other file";
             return std::string("ACK") + request[6];
         };
-        EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 0) << change;
+        EXPECT_EQ(Send(), 0) << &change - changes;
     }
 }
 
@@ -267,29 +260,25 @@ TEST_F(SendTest, CancelWithTheLastAcknowledgementIsNotReportedAsSent) {
         wire.At(0, [this] { link->m_bCancel = 1; });
         return std::string("ACK") + request[6];
     };
-    EXPECT_EQ(link->CmdDL(folder.Text(u"f").c_str(), u"r", 0), 0);
+    EXPECT_EQ(Send(), 0);
 }
 
 TEST_F(SendTest, MemoryBlockMarksItsLastDatagram) {
     AnswerAlways("ack");
     const size_t room = 1400 - 9 - 4;
-    const struct {
-        size_t length;
-        std::string marks;
-    } cases[] = {{0, ""},
-                 {1, "0-"},
-                 {room, "0-"},
-                 {2 * room, "0+1-"},
-                 {10 * room + 1, "0+1+2+3+4+5+6+7+8+9+1-"}};
-    for (const auto& c : cases) {
-        std::string block(c.length, '\0');
+    const std::pair<size_t, const char*> cases[] = {
+        {0, ""},
+        {1, "0-"},
+        {room, "0-"},
+        {2 * room, "0+1-"},
+        {10 * room + 1, "0+1+2+3+4+5+6+7+8+9+1-"},
+    };
+    for (const auto& [length, expected] : cases) {
+        std::string block(length, '\0');
         for (size_t i = 0; i < block.size(); ++i) {
             block[i] = static_cast<char>(i * 7 + i / 251);
         }
-        sent.clear();
-        EXPECT_EQ(link->CmdML(reinterpret_cast<const uint8_t*>(block.data()),
-                              static_cast<int>(c.length), u"text", 0),
-                  1);
+        EXPECT_EQ(SendBlock(block, u"text"), 1);
         std::string marks;
         std::string data;
         for (const std::string& request : sent) {
@@ -297,7 +286,7 @@ TEST_F(SendTest, MemoryBlockMarksItsLastDatagram) {
             marks += request.substr(6, 2);
             data += request.substr(13);
         }
-        EXPECT_EQ(marks, c.marks);
+        EXPECT_EQ(marks, expected);
         EXPECT_EQ(data, block);
     }
     EXPECT_EQ(link->CmdML(nullptr, -1, u"", 0), 1);
@@ -308,14 +297,12 @@ TEST_F(SendTest, MemoryBlockWaitsForThePace) {
     AnswerInTurn({"", "ACK1", "", "ACK"});
     link->m_nRetries = 4;
     link->m_nTimeoutMs = 10;
-    const uint8_t byte = 1;
-    EXPECT_EQ(link->CmdML(&byte, 1, u"", 0), 1);
+    EXPECT_EQ(SendBlock("b"), 1);
     EXPECT_EQ(link->m_nPaceMs, 4);
     EXPECT_NEAR(static_cast<double>(ElapsedMs()), 0 + 11 + 2 + 1 + 4 + 11 + 4 + 1, 2.0);
     link->m_nPaceMs = 1;
     AnswerInTurn({});
-    sent.clear();
-    EXPECT_EQ(link->CmdML(&byte, 1, u"", 0), 0);
+    EXPECT_EQ(SendBlock("b"), 0);
     EXPECT_EQ(link->m_nPaceMs, 5);
 }
 

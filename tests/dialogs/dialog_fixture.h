@@ -28,10 +28,9 @@ class DialogFixture : public LinkFixture {
                 wire.Arrive(1000, {request.peer, kPanelPort, kCommandPort, found->second});
             }
         };
-        auto adapter = std::make_unique<CEAdapterInfo>();
+        auto& adapter = link->m_listAdapters.emplace_back(std::make_unique<CEAdapterInfo>());
         adapter->m_strIp = u"10.0.0.1";
         adapter->m_strMask = u"255.255.255.0";
-        link->m_listAdapters.push_back(std::move(adapter));
     }
     void TearDown() override {
         EXPECT_TRUE(backend.scripts.empty()) << "a dialog did not open";
@@ -60,6 +59,13 @@ class DialogFixture : public LinkFixture {
         link->AddUserUnit(&unit);
     }
     std::u16string TargetIp() const { return link->m_strTargetIp.c_str(); }
+    // Opens `dialog` on the link, with a user who follows `script`.
+    template <class Dialog>
+    int Run(Dialog& dialog, ScriptedBackend::Script script) {
+        dialog.m_pLink = link.get();
+        backend.Then(std::move(script));
+        return dialog.DoModal();
+    }
     std::vector<std::u16string> UserList() const {
         std::vector<std::u16string> ips;
         for (const auto& unit : link->m_listUserUnits) {

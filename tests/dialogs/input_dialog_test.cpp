@@ -11,11 +11,6 @@ using Fields = std::array<uint8_t, 4>;
 
 class InputDialogTest : public DialogFixture {
  protected:
-    int Run(const ScriptedBackend::Script& script) {
-        dialog.m_pLink = link.get();
-        backend.Then(script);
-        return dialog.DoModal();
-    }
     void ExpectUnconfirmed(std::u16string_view ip) {
         EXPECT_EQ(dialog.m_strIp, ip);
         EXPECT_EQ(dialog.m_strProject, u"");
@@ -26,20 +21,17 @@ class InputDialogTest : public DialogFixture {
 };
 
 TEST_F(InputDialogTest, OkGivesTheAddressShownWithoutAskingIt) {
-    const struct {
-        std::u16string given;
-        const char16_t* out;
-    } cases[] = {
+    const std::pair<std::u16string, const char16_t*> cases[] = {
         {u"10.1.2.3", u"10.1.2.3"},
         {u"10.0x10.010.1", u"10.16.8.1"},
         {u"nonsense", u"255.255.255.255"},
         {u"", u"255.255.255.255"},
         {std::u16string(5000, u'9'), u"255.255.255.255"},
     };
-    for (const auto& c : cases) {
-        dialog.m_strIp = c.given;
-        EXPECT_EQ(Run([](ScriptedWindow& window) { window.Press(IDOK); }), IDOK);
-        ExpectUnconfirmed(c.out);
+    for (const auto& [given, out] : cases) {
+        dialog.m_strIp = given;
+        EXPECT_EQ(Run(dialog, [](ScriptedWindow& window) { window.Press(IDOK); }), IDOK);
+        ExpectUnconfirmed(out);
     }
     EXPECT_TRUE(asked.empty());
 }
@@ -51,7 +43,7 @@ TEST_F(InputDialogTest, AnAnswerIsHandedBackUnlessAFieldChangedSince) {
         window.Press(1028);
         EXPECT_EQ(window.Shown(1029), u"IP : 10.0.0.7\r\nProject : Seven\r\nBren Version : 1.23");
     };
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         connect(window);
         window.Press(IDOK);
     });
@@ -60,23 +52,19 @@ TEST_F(InputDialogTest, AnAnswerIsHandedBackUnlessAFieldChangedSince) {
     EXPECT_EQ(dialog.m_nVersion, 123);
     EXPECT_EQ(dialog.m_nCpu, kCpuX86);
 
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         connect(window);
         window.Type(1022, {10, 0, 0, 8});
         EXPECT_TRUE(window.Shown(1029).starts_with(u"IP : 10.0.0.7"));
         window.Press(IDOK);
     });
     ExpectUnconfirmed(u"10.0.0.8");
-    EXPECT_EQ(Run([&](ScriptedWindow& window) {
-                  connect(window);
-                  window.Escape();
-              }),
-              IDCANCEL);
+    EXPECT_EQ(Run(dialog, connect), IDCANCEL);
 }
 
 TEST_F(InputDialogTest, SilenceIsShownAndOkStillGivesTheAddress) {
     panels["10.0.0.7"] = "IP ARM 0000 a\r\nb";
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         window.Type(1022, {10, 0, 0, 7});
         window.Press(1028);
         EXPECT_EQ(window.Shown(1029),

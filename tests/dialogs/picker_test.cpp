@@ -48,7 +48,7 @@ class RecordingDC final : public CDC {
     }
 };
 
-class PickerTest : public DialogFixture {};
+using PickerTest = DialogFixture;
 
 TEST_F(PickerTest, TheDoorStoresTheChoiceAndCounts) {
     link->m_ping.m_strSelIp = u"before";
@@ -63,7 +63,6 @@ TEST_F(PickerTest, TheDoorStoresTheChoiceAndCounts) {
                     ElementsAre(Box{
                         u"No Tavrin unit is chosen.\n\nPlease choose one of  listed Tavrin units.",
                         MB_ICONHAND}));
-        window.Press(IDCANCEL);
     });
     EXPECT_EQ(link->m_ping.ShowPanelList(), 2);
     EXPECT_EQ(link->m_ping.m_strSelIp, u"before");
@@ -127,17 +126,12 @@ TEST_F(PickerTest, DrawsARowCellByCell) {
         selected.insert(selected.end(), cells.begin(), cells.end());
         selected.emplace_back("focus 21 40 255 56 ");
         EXPECT_THAT(draw(window, ODA_FOCUS, ODS_SELECTED | ODS_FOCUS), ElementsAreArray(selected));
-        window.CloseBox();
     });
     link->m_ping.ShowPanelList();
 }
 
 TEST(FitTextTest, ShortensFromTheEndUntilTheDotsFit) {
-    const struct {
-        std::u16string text;
-        int width;
-        std::u16string fitted;
-    } cases[] = {
+    const std::tuple<std::u16string, int, std::u16string> cases[] = {
         {u"12345678", 84, u"12345678"},  // fits exactly
         {u"12345678", 83, u"1234..."},
         {u"12345678", 74, u"1234..."},
@@ -150,15 +144,16 @@ TEST(FitTextTest, ShortensFromTheEndUntilTheDotsFit) {
         {std::u16string(300, u'x'), 2903, std::u16string(251, u'x') + u"..."},
     };
     RecordingDC dc;
-    for (const auto& c : cases) {
-        std::u16string text = c.text;
-        FitText(dc, text, c.width);
-        EXPECT_EQ(text, c.fitted) << c.width;
+    for (auto [text, width, fitted] : cases) {
+        FitText(dc, text, width);
+        EXPECT_EQ(text, fitted) << width;
     }
 }
 
 TEST(TemplateTest, ControlsLieInTheirWindowApartFromEachOther) {
+    std::set<int> dialogs;
     for (const DialogTemplate* dialog : {&kSearchTemplate, &kTargetTemplate, &kPickerTemplate}) {
+        EXPECT_TRUE(dialogs.insert(dialog->id).second) << "each has a layout of its own";
         std::set<int> ids;
         for (const ControlTemplate& a : dialog->controls) {
             EXPECT_TRUE(ids.insert(a.id).second) << a.id;

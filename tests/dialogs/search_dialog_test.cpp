@@ -21,12 +21,6 @@ const Box kUnchecked{u"Not checked Tavrin, do you want to test?", MB_OKCANCEL};
 
 class SearchDialogTest : public DialogFixture {
  protected:
-    // Opens the dialog on the link, with a user who follows `script`.
-    int Run(const ScriptedBackend::Script& script) {
-        dialog.m_pLink = link.get();
-        backend.Then(script);
-        return dialog.DoModal();
-    }
     CDlgSearchTg dialog;
 };
 
@@ -36,7 +30,7 @@ TEST_F(SearchDialogTest, MergesThePanelsHeardAndTheUsersList) {
     Hear(u"10.9.0.6", u"", kCpuUnknown, 0);
     Enter(u"10.0.0.5");
     Enter(u"10.9.0.6");
-    Run([](ScriptedWindow& window) {
+    Run(dialog, [](ScriptedWindow& window) {
         EXPECT_EQ(window.list.emptyText,
                   u"No panel of this network heard yet. Insert adds an address.");
         EXPECT_EQ(window.icon.count, 1);
@@ -54,17 +48,15 @@ TEST_F(SearchDialogTest, MergesThePanelsHeardAndTheUsersList) {
         EXPECT_THAT(columns, ElementsAre(std::pair(u"IP Addr", 120), std::pair(u"Project", 150),
                                          std::pair(u"Port", 50), std::pair(u"Search", 70)));
         window.layout = {500, 400, {130, 0, 60, 80}};
-        window.CloseBox();
     });
     EXPECT_THAT(UserList(), ElementsAre(u"10.0.0.5", u"10.9.0.6"));
     Forget();
-    Run([](ScriptedWindow& window) {
+    Run(dialog, [](ScriptedWindow& window) {
         EXPECT_EQ(window.list.emptyText,
                   u"No panel heard yet. Refresh looks again, Insert adds an address.");
         EXPECT_EQ(window.layout.width, 500);
         EXPECT_EQ(window.layout.height, 400);
         EXPECT_THAT(window.layout.columns, ElementsAre(130, 0, 60, 80));
-        window.CloseBox();
     });
 }
 
@@ -72,7 +64,7 @@ TEST_F(SearchDialogTest, MergesThePanelsHeardAndTheUsersList) {
 TEST_F(SearchDialogTest, NamesStayOnTheirLineAndComeBackWhole) {
     const std::u16string name = u"A\nSearch Type : \u202EB\u2028\x85\t\\\x7F";
     Hear(u"10.0.0.5", name, kCpuArm, 102);
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         const std::u16string shown = u"A\\x0ASearch Type : \\u202EB\\u2028\\x85\\x09\\\\x7F";
         EXPECT_EQ(window.Rows()[0][1], shown);
         window.Select(0);
@@ -86,7 +78,7 @@ TEST_F(SearchDialogTest, NamesStayOnTheirLineAndComeBackWhole) {
 TEST_F(SearchDialogTest, RowsAndSelectionAreRebuiltOnlyByRefresh) {
     Hear(u"10.0.0.5", u"Line1", kCpuArm, 123);
     Hear(u"10.9.0.5", u"Far", kCpuArm, 102);
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         const std::u16string foreign = window.Shown(1008);
         window.Select(0);
         EXPECT_EQ(window.Shown(1008),
@@ -107,38 +99,35 @@ TEST_F(SearchDialogTest, RowsAndSelectionAreRebuiltOnlyByRefresh) {
         EXPECT_EQ(window.Shown(1008), foreign);
         window.Select(0);
         EXPECT_NE(window.Shown(1008).find(u"Bren Version : 0.00"), std::u16string::npos);
-        window.Escape();
     });
     EXPECT_THAT(asked, IsEmpty());
 }
 
 TEST_F(SearchDialogTest, TestAsksPanelsOfAVersionThatKnowsTheQuestion) {
-    const struct {
-        int32_t version;
-        bool asks;
-    } cases[] = {{-5, true}, {0, true}, {1, false}, {110, false}, {111, true}};
+    const std::pair<int32_t, bool> cases[] = {
+        {-5, true}, {0, true}, {1, false}, {110, false}, {111, true}};
     panels["10.0.0.5"] = "IP X86 0123 Tested";
     for (const auto& c : cases) {
+        const bool asks = c.second;
         Forget();
         asked.clear();
-        Hear(u"10.0.0.5", u"Line1", kCpuUnknown, c.version);
-        Run([&](ScriptedWindow& window) {
+        Hear(u"10.0.0.5", u"Line1", kCpuUnknown, c.first);
+        Run(dialog, [&](ScriptedWindow& window) {
             window.Select(0);
             window.Press(1026);
-            EXPECT_EQ(window.Rows()[0][1], c.asks ? u"Tested" : u"Line1");
+            EXPECT_EQ(window.Rows()[0][1], asks ? u"Tested" : u"Line1");
             // The list reports the texts written into its selected row.
             EXPECT_EQ(window.Shown(1008).find(u"Bren Version : 1.23") != std::u16string::npos,
-                      c.asks);
-            window.Escape();
+                      asks);
         });
-        EXPECT_EQ(asked.size(), c.asks ? 1U : 0U) << c.version;
-        EXPECT_EQ(backend.TakeBoxes(), c.asks ? std::vector<Box>{} : std::vector{kTooOld});
+        EXPECT_EQ(asked.size(), asks ? 1U : 0U) << c.first;
+        EXPECT_EQ(backend.TakeBoxes(), asks ? std::vector<Box>{} : std::vector{kTooOld});
     }
 }
 
 TEST_F(SearchDialogTest, AFailedTestLeavesTheRow) {
     Enter(u"10.0.0.7", kCpuArm, 250);
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         window.Press(1026);  // nothing selected, nothing said
         EXPECT_THAT(backend.boxes, IsEmpty());
         window.Select(0);
@@ -158,7 +147,7 @@ TEST_F(SearchDialogTest, OkWantsASelectionAndAKnownProcessor) {
     Hear(u"10.0.0.5", u"Old", kCpuUnknown, 50);
     Enter(u"10.0.0.7");
     panels["10.0.0.7"] = "IP ARM 0200 Seven";
-    const int result = Run([&](ScriptedWindow& window) {
+    const int result = Run(dialog, [&](ScriptedWindow& window) {
         window.Press(IDOK);
         EXPECT_THAT(backend.TakeBoxes(), ElementsAre(kNoneChosen));
         window.Select(0);
@@ -186,7 +175,7 @@ TEST_F(SearchDialogTest, OkWantsASelectionAndAKnownProcessor) {
 TEST_F(SearchDialogTest, InsertAddsOneManualRowForANewAddress) {
     Hear(u"10.0.0.5", u"Line1", kCpuArm, 102);
     panels["10.0.0.9"] = "IP ARM 0150 Nine";
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         const auto insert = [&](const std::array<uint8_t, 4>& address, bool confirm) {
             backend.Then([&, confirm](ScriptedWindow& input) {
                 EXPECT_EQ(input.address.fields, (std::array<uint8_t, 4>{192, 168, 0, 1}));
@@ -223,7 +212,7 @@ TEST_F(SearchDialogTest, DeleteTakesManualRowsOnly) {
     for (const char16_t* ip : {u"10.0.0.5", u"10.0.0.6", u"10.0.0.7"}) {
         Enter(ip, kCpuArm, 300);
     }
-    Run([&](ScriptedWindow& window) {
+    Run(dialog, [&](ScriptedWindow& window) {
         window.Press(1030);
         window.Select(0);
         window.Press(1030);
@@ -239,7 +228,6 @@ TEST_F(SearchDialogTest, DeleteTakesManualRowsOnly) {
         window.Select(1);
         EXPECT_NE(window.Shown(1008).find(u"10.0.0.7"), std::u16string::npos);
         EXPECT_NE(window.Shown(1008).find(u"3.00"), std::u16string::npos);
-        window.CloseBox();
     });
     EXPECT_THAT(UserList(), ElementsAre(u"10.0.0.5", u"10.0.0.7"));
     EXPECT_THAT(backend.boxes, IsEmpty());
@@ -250,7 +238,7 @@ TEST_F(SearchDialogTest, WithoutALinkOnlyOkHasSomethingToSay) {
         for (const int button : {1024, 1026, 1027, 1030, 1}) {
             window.Press(button);
         }
-        window.Escape();
+        window.CloseBox();
     });
     EXPECT_EQ(dialog.DoModal(), IDCANCEL);
     EXPECT_THAT(backend.boxes, ElementsAre(kNoneChosen));
@@ -259,8 +247,12 @@ TEST_F(SearchDialogTest, WithoutALinkOnlyOkHasSomethingToSay) {
 TEST_F(SearchDialogTest, NoMemoryEndsTheDialogAndLetsGoOfTheListener) {
     Hear(u"10.0.0.5", u"Line1", kCpuArm, 102);
     Hear(u"10.0.0.6", u"Line2", kCpuArm, 102);
-    backend.rowsUntilNoMemory = 1;
-    EXPECT_EQ(Run([](ScriptedWindow& window) { window.Press(1024); }), -1);
+    EXPECT_EQ(Run(dialog,
+                  [this](ScriptedWindow& window) {
+                      backend.rowsUntilNoMemory = 1;
+                      window.Press(1024);
+                  }),
+              -1);
     const CSingleLock lock(link->m_ping.m_lock);
 }
 
@@ -284,7 +276,6 @@ TEST_F(SearchDialogTest, TheDoorAdoptsWhatWasConfirmed) {
         EXPECT_EQ(link->SelectTarget(0), 0);
         std::thread([&] { EXPECT_EQ(link->SelectTarget(0), 0); }).join();
         EXPECT_THAT(UserList(), ElementsAre(u"127.0.0.9"));
-        window.CloseBox();
     });
     EXPECT_EQ(link->SelectTarget(0), 0);
     EXPECT_EQ(TargetIp(), u"127.0.0.5");

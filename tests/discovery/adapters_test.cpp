@@ -13,10 +13,9 @@ namespace {
 class AdaptersTest : public testing::Test {
  protected:
     void Have(const char16_t* ip, const char16_t* mask) {
-        auto adapter = std::make_unique<CEAdapterInfo>();
+        auto& adapter = link.m_listAdapters.emplace_back(std::make_unique<CEAdapterInfo>());
         adapter->m_strIp = ip;
         adapter->m_strMask = mask;
-        link.m_listAdapters.push_back(std::move(adapter));
     }
     CTvUdp link;
 };
@@ -27,17 +26,17 @@ TEST_F(AdaptersTest, AnAddressIsOnTheNetworkOfAnAdapterOrOnNone) {
     Have(u"10.1.1.1", u"0.0.0.0");
     Have(u"192.168.0.10", u"255.255.255.0");
     Have(u"172.16.0.1", u"255.255.255.255");
-    const struct {
-        const char16_t* ip;
-        int same;
-    } cases[] = {
+    const std::pair<const char16_t*, int> cases[] = {
         {u"192.168.0.200", 1}, {u"192.168.1.200", 0}, {u"0.0.0.0", 0},         {u"0.0.0.5", 0},
         {u"172.16.0.1", 1},    {u"172.16.0.2", 0},    {u"nonsense", 0},        {u"", 0},
         {u"10.1.1.1", 0},      {u"192.168.0.0", 1},   {u"255.255.255.255", 0},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(link.IsSameNetwork(c.ip), c.same) << testing::PrintToString(c.ip);
+    for (const auto& [ip, same] : cases) {
+        EXPECT_EQ(link.IsSameNetwork(ip), same) << testing::PrintToString(ip);
     }
+    Have(u"0.0.0.9", u"255.255.255.0");
+    EXPECT_EQ(link.IsSameNetwork(u"0.0.0.5"), 1);
+    EXPECT_EQ(link.IsSameNetwork(u"0.0.0.0"), 0) << "no address";
     EXPECT_EQ(link.IpToNumber(u"1.2.3.4"), 0x01020304U);
     EXPECT_EQ(link.IpToNumber(u"nonsense"), 0xFFFFFFFFU);
 }

@@ -8,12 +8,7 @@ namespace brenholt {
 namespace {
 
 TEST(DescriptorTest, IsReadFromItsEnd) {
-    const struct {
-        const char16_t* text;
-        int version;
-        int cpu;
-        const char16_t* project;
-    } cases[] = {
+    const std::tuple<const char16_t*, int, int, const char16_t*> cases[] = {
         {u"Line1_ARM_0102", 102, kCpuArm, u"Line1"},
         {u"My_Line_X86_0310", 310, kCpuX86, u"My_Line"},
         {u"_ARM_0102", 102, kCpuArm, u""},
@@ -29,11 +24,11 @@ TEST(DescriptorTest, IsReadFromItsEnd) {
         {u"", 0, kCpuUnknown, u""},
     };
     CTavrinUnit unit(u"10.0.0.1", 5);
-    for (const auto& c : cases) {
-        unit.ParseDescriptor(c.text);
-        EXPECT_EQ(unit.m_nVersion, c.version);
-        EXPECT_EQ(unit.m_nCpu, c.cpu);
-        EXPECT_EQ(unit.m_strProject, c.project);
+    for (const auto& [text, version, cpu, project] : cases) {
+        unit.ParseDescriptor(text);
+        EXPECT_EQ(unit.m_nVersion, version);
+        EXPECT_EQ(unit.m_nCpu, cpu);
+        EXPECT_EQ(unit.m_strProject, project);
     }
     EXPECT_EQ(unit.m_strIp, u"10.0.0.1");
 }

@@ -3,17 +3,18 @@
 #include <gmock/gmock.h>
 #include <netinet/in.h>
 #include <sched.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <string>
 
 #include "link/tv_udp.h"
-#include "platform/address.h"
 #include "platform/clock.h"
 #include "tests/dialogs/scripted_backend.h"
+#include "tools/panel/beacon.h"
+#include "tools/panel/udp.h"
 
 namespace brenholt {
 namespace {
@@ -39,21 +40,11 @@ bool EnterNamespace() {
     return true;
 }
 
-int BoundSocket(const char* address) {
-    sockaddr_in local{};
-    local.sin_family = AF_INET;
-    local.sin_addr.s_addr = inet_addr(address);
-    const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    return bind(fd, reinterpret_cast<sockaddr*>(&local), sizeof local) == 0 ? fd : -1;
-}
-
-void SendBeacon(int fd, const char* host, const std::string& project) {
-    sockaddr_in to{};
-    to.sin_family = AF_INET;
-    to.sin_port = htons(BRENHOLT_PORT_BEACON);
-    to.sin_addr.s_addr = inet_addr(host);
-    const std::string beacon = "Is there anybody ?" + project + "_ARM_0123";
-    sendto(fd, beacon.data(), beacon.size(), 0, reinterpret_cast<sockaddr*>(&to), sizeof to);
+// The case of its greeting does not matter.
+void SendBeacon(uint32_t panel, uint32_t host, const std::string& project) {
+    tavrin::Bytes beacon = tavrin::MakeBeacon(project + "_ARM_0123");
+    std::transform(beacon.begin(), beacon.begin() + 16, beacon.begin(), toupper);
+    tavrin::SendTo(tavrin::BindUdp({panel, 0}), {host, BRENHOLT_PORT_BEACON}, beacon);
 }
 
 TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
@@ -63,31 +54,31 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
     if (!Shell("ip link set lo up && ip link add net1 type veth peer name net2 && "
                "ip addr add 10.1.0.1/24 dev net1 && ip addr add 10.2.0.1/24 dev net2 && "
                "ip link set net1 up && ip link set net2 up && ip addr add 10.1.0.5/32 dev lo && "
-               "ip addr add 10.2.0.5/32 dev lo && ip addr add 10.9.0.5/32 dev lo")) {
+               "ip addr add 10.2.0.5/32 dev lo && ip addr add 10.9.0.5/32 dev lo && "
+               "ip route add 172.16.0.0/16 via 10.1.0.9")) {
         GTEST_SKIP() << "the ip tool or the kernel's veth is missing";
     }
-    const int near = BoundSocket("10.1.0.5");
-    const int second = BoundSocket("10.2.0.5");
-    const int far = BoundSocket("10.9.0.5");
+    const std::string longest(1400 - 18 - 9, 'n');
     CTvUdp link;
     ASSERT_EQ(link.Start(1, 100, 0), 1);
     std::vector<BrenholtUnitRow> rows(8);
     for (int round = 0; round < 400; ++round) {
-        SendBeacon(near, "10.1.0.1", "Near");
-        SendBeacon(second, "10.2.0.1", "Second");
-        SendBeacon(far, "10.1.0.1", "Far");
+        SendBeacon(0x0A010005, 0x0A010001, longest);
+        SendBeacon(0x0A020005, 0x0A020001, "Second");
+        SendBeacon(0x0A090005, 0x0A010001, "Far");
         if (link.GetUnits(8, reinterpret_cast<uint8_t*>(rows.data())) == 3) {
             break;
         }
         Sleep(50);
     }
     ScriptedBackend backend;
-    backend.Then([](ScriptedWindow& window) {
+    backend.Then([&](ScriptedWindow& window) {
         std::map<std::u16string, std::u16string> listed;
         for (const Cells& row : window.Rows()) {
             listed[row[0]] = row[1] + u' ' + row[3];
         }
-        EXPECT_THAT(listed, testing::ElementsAre(std::pair(u"10.1.0.5", u"Near Auto"),
+        const std::u16string near(longest.begin(), longest.end());
+        EXPECT_THAT(listed, testing::ElementsAre(std::pair(u"10.1.0.5", near + u" Auto"),
                                                  std::pair(u"10.2.0.5", u"Second Auto")));
         EXPECT_EQ(window.Shown(1008), u"Different network Tavrin : 10.9.0.5  Far\r\n");
         window.Select(window.Rows().at(0).at(1) == u"Second" ? 0 : 1);
@@ -96,10 +87,10 @@ TEST(TwoNetworksTest, PanelsOnBothAreListedAndAForeignOneIsNoted) {
     EXPECT_EQ(link.SelectTarget(0), 1);
     EXPECT_EQ(std::u16string(link.m_strTargetIp.c_str()), u"10.2.0.5");
     EXPECT_EQ(link.m_nTargetVersion, 123);
-    link.Stop();
-    for (const int fd : {near, second, far}) {
-        close(fd);
+    for (const auto& adapter : link.m_listAdapters) {
+        EXPECT_EQ(adapter->m_strGateway, adapter->m_strName == u"net1" ? u"10.1.0.9" : u"0.0.0.0");
     }
+    link.Stop();
 }
 
 }  // namespace

@@ -18,13 +18,7 @@ import programs
 
 DISSECTOR, BRENHOLT, TAVRIN_PANEL = sys.argv[1:4]
 del sys.argv[1:]
-PANEL = ("127.0.0.2", 10251)
 RECORD = struct.Struct("<4I8xB")
-
-
-def printed(data):
-    """As a canned reply of the panel's script."""
-    return '"' + "".join(f"\\x{byte:02X}" for byte in data) + '"'
 
 
 @unittest.skipUnless(shutil.which("tshark"), "tshark is not installed")
@@ -36,18 +30,15 @@ class Case(unittest.TestCase):
         self.panel.mkdir()
         self.capture = self.root / "run.pcap"
 
-    def panel_runs(self, *options, script=""):
-        (self.root / "script").write_text(script)
-        return programs.panels(TAVRIN_PANEL, "--quiet", "--panel", f"{PANEL[0]}={self.panel}:Line_1:X86:3.10",
-                               "--pcap", self.capture, "--script", self.root / "script", *options)
-
-    def exchange(self, datagram, replies=1):
-        with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as host:
-            host.bind(("127.0.0.1", 10252))
-            host.settimeout(10)
-            host.sendto(datagram, PANEL)
-            for _ in range(replies):
-                host.recv(2000)
+    def write(self, packets):
+        """A capture of datagrams, each (source port, destination port, bytes)."""
+        with self.capture.open("wb") as file:
+            file.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, 101))
+            for index, (source, target, data) in enumerate(packets):
+                ends = bytes([127, 0, 0, 2, 127, 0, 0, 1] if target == 10252 else [127, 0, 0, 1, 127, 0, 0, 2])
+                packet = struct.pack(">BBHHHBBH8sHHHH", 0x45, 0, 28 + len(data), 0, 0, 64, 17, 0, ends, source,
+                                     target, 8 + len(data), 0) + data
+                file.write(struct.pack("<4I", index, 0, len(packet), len(packet)) + packet)
 
     def tshark(self, *options):
         result = subprocess.run(["tshark", "-X", f"lua_script:{DISSECTOR}", "-2", "-r", self.capture, *options],
@@ -70,7 +61,7 @@ class Case(unittest.TestCase):
 
 class Exchanges(Case):
     def at(self, *arguments):
-        return subprocess.run([BRENHOLT, "--panel", PANEL[0], *map(str, arguments)],
+        return subprocess.run([BRENHOLT, "--panel", "127.0.0.2", *map(str, arguments)],
                               capture_output=True, timeout=60).returncode
 
     def test_every_command(self):
@@ -83,12 +74,17 @@ class Exchanges(Case):
         os.utime(self.panel / "big.bin", (0, 1700000000))
         plain = {"TM": [], "EX": ["run"], "CL": ["all"], "MD": ["new"], "FF": ["big.bin"], "FD": ["dir"],
                  "RM": ["nothing"]}
-        with self.panel_runs("--beacon-interval", "100ms"):
+        with programs.panels(TAVRIN_PANEL, "--quiet", "--panel", f"127.0.0.2={self.panel}:Line_1:X86:3.10",
+                             "--pcap", self.capture, "--beacon-interval", "100ms"):
             self.assertEqual([self.at("command", token, *text) for token, text in plain.items()], [0] * 6 + [1])
             for words in (["identify"], ["list", "dir"], ["get", "big.bin", self.root],
                           ["put", self.root / "up.bin", "new.bin"], ["send-block", self.root / "up.bin", "SPLASH"]):
                 self.assertEqual(self.at(*words), 0, words)
-            self.exchange(b"Cmd=IP\0")
+            with socket.socket(socket.AF_INET, socket.SOCK_DGRAM) as host:
+                host.bind(("127.0.0.1", 10252))
+                host.settimeout(10)
+                host.sendto(b"Cmd=IP\0", ("127.0.0.2", 10251))
+                host.recv(2000)
 
         self.assertEqual(self.rows("tavrin.malformed || tavrin.odd || tavrin.sequence", "frame.number"), [])
         self.assertEqual({tuple(row) for row in self.rows("tavrin.beacon", "project", "processor", "version")},
@@ -124,14 +120,13 @@ class Exchanges(Case):
                          {("up.bin", "16000")})
 
     def test_repetitions_and_strays(self):
-        with self.panel_runs("--no-beacon", script="TM 1 silent\nEX 1 usual\nEX 1 usual\nCL 1 usual from-other-port\n"
-                             "DL 1 \"ACK7\"\n"):
-            self.exchange(b"Cmd=TM\0", replies=0)
-            self.exchange(b"Cmd=TM\0")
-            self.exchange(b"Cmd=TM\0")
-            self.exchange(b"Cmd=EX\0", replies=2)
-            self.exchange(b"Cmd=CL\0")
-            self.exchange(b"Cmd=DL0t\0" + RECORD.pack(1, 0, 0, 0, 1) + b"t\0x")
+        def asks(token):
+            return 10252, 10251, b"Cmd=" + token
+
+        answer = (10251, 10252, b"ACK")
+        sent = RECORD.pack(1, 0, 0, 0, 1) + b"t\0x"
+        self.write([asks(b"TM\0"), asks(b"TM\0"), answer, asks(b"TM\0"), answer, asks(b"EX\0"), answer, answer,
+                    asks(b"CL\0"), (4000, 10252, b"ACK"), asks(b"DL0t\0" + sent), (10251, 10252, b"ACK7")])
         self.assertEqual(self.rows("tavrin.command", "command", "repeats"),
                          [["TM", ""], ["TM", "1"], ["TM", ""], ["EX", ""], ["CL", ""], ["DL", ""]])
         strays = "|".join(row[0] for row in self.rows("tavrin.sequence", "_ws.expert.message"))
@@ -169,14 +164,9 @@ class Malformed(Case):
             ("UP", b"00000000", b"ACK+" + bytes(33), "No data"), ("DL", b"0", b"ACK", "Acknowledges"),
             ("DL", b"0", b"NAK", "sends? .*again"), ("ML", b"0-", b"NAK", "send the datagram again"),
         ]
-        script, seen = "", {}
-        for token, _, reply, _ in cases:
-            seen[token] = seen.get(token, 0) + 1
-            script += f"{token} {seen[token]} {printed(reply)}\n"
         payload = {"DL": b"t\0" + RECORD.pack(1, 0, 0, 0, 1) + b"t\0x", "ML": b"t\0x"}
-        with self.panel_runs("--no-beacon", script=script):
-            for token, more, _, _ in cases:
-                self.exchange(b"Cmd=" + token.encode() + more + payload.get(token, b"t\0"))
+        self.write([packet for token, more, reply, _ in cases for packet in (
+            (10252, 10251, b"Cmd=" + token.encode() + more + payload.get(token, b"t\0")), (10251, 10252, reply))])
         found = self.rows("tavrin.reply", "_ws.expert.message")
         for (token, _, reply, expected), (message,) in zip(cases, found, strict=True):
             self.assertRegex(message, expected, (token, reply))
@@ -197,18 +187,6 @@ class Malformed(Case):
             packets.append((*chance.choice([(10252, 10251), (10251, 10252), (40000, 10250)]), bytes(datagram)))
         self.write(packets)
         self.assertNotIn("Lua Error", self.tshark("-V"))
-
-    def write(self, packets):
-        """A capture of datagrams, each (source port, destination port, bytes)."""
-        with self.capture.open("wb") as file:
-            file.write(struct.pack("<IHHiIII", 0xA1B2C3D4, 2, 4, 0, 0, 65535, 101))
-            for index, (source, target, data) in enumerate(packets):
-                ends = bytes([127, 0, 0, 1, 127, 0, 0, 2])
-                if source == PANEL[1]:
-                    ends = ends[4:] + ends[:4]
-                packet = struct.pack(">BBHHHBBH8sHHHH", 0x45, 0, 28 + len(data), 0, 0, 64, 17, 0, ends, source,
-                                     target, 8 + len(data), 0) + data
-                file.write(struct.pack("<4I", index, 0, len(packet), len(packet)) + packet)
 
 
 if __name__ == "__main__":

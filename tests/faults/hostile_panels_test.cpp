@@ -1,18 +1,17 @@
-// Panels that mean harm: names and trees that lead outside, and replies that are no replies.
+// Panels that mean harm: names and trees that lead outside. Replies that are no replies: fuzz/.
 #include <unistd.h>
 
 #include <filesystem>
 #include <iostream>
 #include <random>
-#include <sstream>
 
 #include "platform/path.h"
 #include "platform/text.h"
-#include "tests/faults/panel_world.h"
 #include "tests/faults/snapshot.h"
 #include "tests/support/link_fixture.h"
 #include "tests/support/panel_replies.h"
 #include "tests/support/scale.h"
+#include "tests/support/scratch_folder.h"
 
 namespace brenholt {
 namespace {
@@ -32,14 +31,44 @@ class HostileTrees : public LinkFixture {
         }
         fs::create_symlink(outside + "/sub", outside + "/link");
         before = Snapshot(outside);
-        // One a line.
-        hostile = Lines("..\n../\n.\na/b\n..\\x\n\n/\n\\\n../outside/victim\n..\\outside\\sub\n" +
-                        outside + "/victim\n" + outside + "\n/../../../../../../tmp/x\n" +
-                        std::string("\0a\n..\0a\n../outside\0a\n", 20));
-        odd = Lines(
-            "a\nb\nsub\ndeep\nvictim\nlink\n...\n \n~\n-rf\nC:\n%2e%2e\nsub \nTMP00000000.tmp\n" +
-            std::string(255, 'n') + "\n\xFF\xFE\n\xC0\xAE\xC0\xAE\ne\xCC\x81\n\xC3\xA9\n" +
-            "\xEF\xBC\x8F\n" + std::string("a\0../b\n", 7));
+        using namespace std::string_literals;
+        hostile = {"..",
+                   "../",
+                   ".",
+                   "a/b",
+                   "..\\x",
+                   "",
+                   "/",
+                   "\\",
+                   "../outside/victim",
+                   "..\\outside\\sub",
+                   outside + "/victim",
+                   outside,
+                   "/../../../../../../tmp/x",
+                   "\0a"s,
+                   "..\0a"s,
+                   "../outside\0a"s};
+        odd = {"a",
+               "b",
+               "sub",
+               "deep",
+               "victim",
+               "link",
+               "...",
+               " ",
+               "~",
+               "-rf",
+               "C:",
+               "%2e%2e",
+               "sub ",
+               "TMP00000000.tmp",
+               std::string(255, 'n'),
+               "\xFF\xFE",
+               "\xC0\xAE\xC0\xAE",
+               "e\xCC\x81",
+               "\xC3\xA9",
+               "\xEF\xBC\x8F",
+               "a\0../b"s};
         answer = [this](const std::string& request) {
             if (--untilSwap == 0) {
                 SwapForALink();
@@ -51,14 +80,6 @@ class HostileTrees : public LinkFixture {
         };
     }
 
-    static std::vector<std::string> Lines(const std::string& text) {
-        std::vector<std::string> lines;
-        std::istringstream stream(text);
-        for (std::string line; std::getline(stream, line);) {
-            lines.push_back(line);
-        }
-        return lines;
-    }
     bool Chance(unsigned oneIn) { return random() % oneIn == 0; }
     const std::string& Any(const std::vector<std::string>& of) { return of[random() % of.size()]; }
 
@@ -147,66 +168,6 @@ TEST_F(HostileTrees, LeadNowhereAndEnd) {
     }
     std::cout << "    " << trees << " trees, " << copied << " copied whole\n";
     EXPECT_GT(copied, trees / 20) << "odd names alone do no harm";
-}
-
-// What comes is now and then something else.
-std::string Garbled(std::string reply, std::mt19937_64& random) {
-    const auto byte = [&random] { return static_cast<char>(random()); };
-    switch (random() % 8) {
-        case 0:
-            reply.resize(random() % (reply.size() + 1));
-            break;
-        case 1:
-            for (auto count = 1 + random() % 4; count > 0 && !reply.empty(); --count) {
-                reply[random() % reply.size()] = byte();
-            }
-            break;
-        case 2:
-            reply[random() % std::min<size_t>(reply.size(), 40)] = byte();
-            break;
-        case 3:
-            reply.resize(random() % 1500);
-            std::generate(reply.begin(), reply.end(), byte);
-            break;
-        case 4:
-            reply.append(random() % 1500, byte());
-            break;
-        case 5:
-            reply.assign(1400, byte());
-            break;
-        default:
-            break;
-    }
-    return reply;
-}
-
-TEST(GarbledReplies, EndEachCommandAndLeaveTheRestAlone) {
-    std::mt19937_64 random(8);
-    for (const PanelWorld::Command& command : PanelWorld::Commands()) {
-        SCOPED_TRACE(command.name);
-        const ScratchFolder outside;
-        outside.Write("victim", "safe");
-        PanelWorld world;
-        fs::create_directory_symlink(outside.Path(), world.local.Path() + "/sub");
-        const auto before = Snapshot(outside.Path());
-        int garbled = 0;
-        world.mangle = [&](const std::string& reply) {
-            ++garbled;
-            return Garbled(reply, random);
-        };
-        int runs = 0;
-        for (const int wanted = Scaled(2000); garbled < wanted; ++runs) {
-            const int earlier = garbled;
-            world.Run(command, runs % 2 != 0);
-            ASSERT_GT(garbled, earlier);
-            ASSERT_LT(garbled, earlier + 2000);
-            ASSERT_EQ(g_link.m_bBusy, 0);
-        }
-        EXPECT_TRUE(Snapshot(outside.Path()) == before);
-        EXPECT_TRUE(world.TempFiles().empty());
-        std::cout << "    " << command.name << ": " << garbled << " replies in " << runs
-                  << " runs\n";
-    }
 }
 
 }  // namespace

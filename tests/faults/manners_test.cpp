@@ -39,30 +39,33 @@ TEST_F(Manners, DescriptorsAreNeitherInheritedNorStandard) {
     table->Stop();
     const std::map<int, int> before = Descriptors();
     std::map<int, int> own;
-    AnswerWith([&own](const std::string&) {
-        own = Descriptors();
-        return Packet('0', "data");
-    });
-    int saved[3];
-    for (int fd = 0; fd < 3; ++fd) {
-        saved[fd] = fcntl(fd, F_DUPFD_CLOEXEC, 500);
-        close(fd);
-    }
-    const int started = table->Start(3, 1000, 0);
-    const int fetched = table->CmdUP(u"f", local.Text().c_str());
-    for (int fd = 0; fd < 3; ++fd) {
-        dup2(saved[fd], fd);
-        close(saved[fd]);
-    }
-    EXPECT_EQ(started + fetched, 2);
-    server->SetHook(0, {});  // `own` is this thread's from here on
-    std::erase_if(own, [&before](const auto& open) {
-        return open.first >= 500 || (open.first > 2 && before.count(open.first) != 0);
-    });
-    EXPECT_EQ(own.size(), 5U) << "two sockets and their wakers, the folder";
-    for (const auto& [fd, flags] : own) {
-        EXPECT_GT(fd, 2);
-        EXPECT_EQ(flags, FD_CLOEXEC);
+    for (const int first : {0, 1, 2}) {  // of the standard ones, those from here on are free
+        AnswerWith([&own](const std::string&) {
+            own = Descriptors();
+            return Packet('0', "data");
+        });
+        int saved[3];
+        for (int fd = first; fd < 3; ++fd) {
+            saved[fd] = fcntl(fd, F_DUPFD_CLOEXEC, 500);
+            close(fd);
+        }
+        const int started = table->Start(3, 1000, 0);
+        const int fetched = table->CmdUP(u"f", local.Text().c_str());
+        table->Stop();
+        for (int fd = first; fd < 3; ++fd) {
+            dup2(saved[fd], fd);
+            close(saved[fd]);
+        }
+        EXPECT_EQ(started + fetched, 2);
+        server->SetHook(0, {});  // `own` is this thread's from here on
+        std::erase_if(own, [&](const auto& open) {
+            return open.first >= 500 || (open.first >= first && before.count(open.first) != 0);
+        });
+        EXPECT_EQ(own.size(), 5U + static_cast<size_t>(first))
+            << "two sockets and their wakers, the folder";
+        for (const auto& [fd, flags] : own) {
+            EXPECT_TRUE(fd < first || (fd > 2 && flags == FD_CLOEXEC)) << fd;
+        }
     }
 }
 
@@ -116,6 +119,11 @@ TEST_F(Manners, SignalsDoNotShow) {
     struct sigaction action {};
     action.sa_handler = [](int) { ++(gettid() == g_mainThread ? g_signals : g_elsewhere); };
     sigaction(SIGALRM, &action, nullptr);
+    pthread_sigmask(SIG_BLOCK, &alarms, nullptr);
+    kill(getpid(), SIGALRM);
+    std::this_thread::sleep_for(20ms);  // for a thread that would take it
+    EXPECT_EQ(g_elsewhere, 0) << "the module's threads take no signals";
+    pthread_sigmask(SIG_UNBLOCK, &alarms, nullptr);
     const itimerval storm{{0, 500}, {0, 500}};
     setitimer(ITIMER_REAL, &storm, nullptr);
     for (int round = 0; round < 200 && g_signals < 100; ++round) {

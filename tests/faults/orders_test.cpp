@@ -1,82 +1,15 @@
-// Stop in the midst of commands without end, and calls in any order that a host may choose.
+// Calls in any order that a host may choose.
 #include <atomic>
 #include <iostream>
 #include <random>
 
 #include "tests/support/module_host.h"
-#include "tests/support/panel_replies.h"
 #include "tests/support/scale.h"
 
 namespace brenholt {
 namespace {
 
-constexpr int kTimeoutMs = 300;
-
-class Orders : public ModuleHost {};
-
-TEST_F(Orders, StopEndsWhatHasNoEnd) {
-    local.Write("f", std::string(1 << 20, 'x'));
-    const std::string block(1 << 20, 'x');
-    std::vector<PanelDirEntry> entries(20'000);
-    const std::u16string file = local.Text(u"f");
-    const std::u16string folder = local.Text();
-    int packets = 0;
-    const auto panel = [&packets](const std::string& request) {
-        const std::string token = request.substr(4, 2);
-        const std::string number = std::to_string(++packets);
-        return token == "UP"   ? Packet('+', std::string(1000, 'x') + number)
-               : token == "DL" ? std::string("ACK") + request[6]
-               : token == "ML" ? std::string("ACK")
-               : request.find("walk") != std::string::npos
-                   ? Page('0', {Record("a", 0, 0x10), Record("b", 0, 0x10)})
-                   : Page('+', {Record("n" + number)});
-    };
-    const auto silence = [](const std::string&) { return std::string(); };
-    const struct {
-        const char* name;  // of the file or folder on the panel
-        std::function<int()> post;
-        std::function<std::string(const std::string&)> answer;
-        int after;  // requests
-    } cases[] = {
-        {"walk", [&] { return table->CmdGF(u"walk", folder.c_str()); }, panel, 20},
-        {"silent folder", [&] { return table->CmdGF(u"silent folder", folder.c_str()); }, silence,
-         1},
-        {"list", [&] { return table->CmdDR(u"list", 20'000, entries.data()) + 1; }, panel, 20},
-        {"fetched", [&] { return table->CmdUP(u"fetched", folder.c_str()); }, panel, 20},
-        {"silent file", [&] { return table->CmdUP(u"silent file", folder.c_str()); }, silence, 2},
-        {"sent", [&] { return table->CmdDL(file.c_str(), u"sent"); }, panel, 20},
-        {"block",
-         [&] {
-             return table->CmdML(reinterpret_cast<const uint8_t*>(block.data()),
-                                 static_cast<int>(block.size()), u"block");
-         },
-         panel, 20},
-    };
-    StartWithPanel(1, kTimeoutMs);
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        std::atomic<int> requests{0};
-        AnswerWith(
-            [&](const std::string& request) {
-                requests += request.find(c.name) != std::string::npos ? 1 : 0;  // of this command
-                return c.answer(request);
-            },
-            2ms);
-        table->Start(1000, kTimeoutMs, 1);
-        ASSERT_EQ(c.post(), 1);
-        ASSERT_TRUE(Eventually([&] { return requests >= c.after; }));
-        const auto start = Clock::now();
-        table->Stop();
-        EXPECT_LT(Clock::now() - start,
-                  std::chrono::milliseconds(kTimeoutMs) + (kSanitized ? 1000ms : 100ms));
-        EXPECT_EQ(table->IsBusy(), 0);
-        EXPECT_EQ(table->GetResult(), 0);
-        server->SetHook(0, {});
-    }
-    for (const std::string& name : local.Names()) {
-        EXPECT_FALSE(name.starts_with("TMP")) << name;
-    }
-}
+using Orders = ModuleHost;
 
 TEST_F(Orders, AnyOrderOfCallsEndsIdle) {
     storage.Write("f", std::string(3000, 'x'));

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -33,8 +32,7 @@ class PanelWorld {
         wire.onSend = [this](const WireDatagram& request) {
             const faulty::Spared spared;
             for (const std::string& answer : Answers(panel, request.bytes)) {
-                wire.Arrive(1000, {request.peer, kPanelPort, kCommandPort,
-                                   mangle ? mangle(answer) : answer});
+                wire.Arrive(1000, {request.peer, kPanelPort, kCommandPort, answer});
             }
         };
         g_link.Create(kCommandPort);
@@ -75,8 +73,6 @@ class PanelWorld {
         return names;
     }
 
-    // What becomes of a reply on its way.
-    std::function<std::string(const std::string&)> mangle;
     VirtualWire& wire = VirtualWire::Get();
     const std::string content = std::string(1500, 'x') + std::string(1500, 'y');
     ScratchFolder storage;

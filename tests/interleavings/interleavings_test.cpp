@@ -34,6 +34,13 @@ void Check(bool holds, const std::string& what) {
     }
 }
 
+std::string Acknowledge(const std::string& /*request*/) {
+    return "ACK";
+}
+std::string Silent(const std::string& /*request*/) {
+    return {};
+}
+
 // The module as it is loaded, and a panel that is a function; the table's slots in `table`.
 class World {
  public:
@@ -78,48 +85,45 @@ class World {
         wire.Wait(wire.NowUs() + 5'000'000, [this, count] { return sent.size() >= count; });
         Check(sent.size() >= count, "a command that was posted does not run");
     }
-    // After slot 15: the commands sent `count` requests, `interrupted` of them perhaps none, and
-    // nothing runs any more.
-    void Stopped(size_t count, size_t interrupted = 0) {
+    // Slot 15. The commands sent `count` requests, `interrupted` of them perhaps none, and nothing
+    // runs any more.
+    void Stop(size_t count, size_t interrupted = 0) {
+        const uint64_t start = NowMs();
+        table.Stop();
+        Check(NowMs() - start <= 150, "a stop waits for a reply");
         Check(table.IsBusy() == 0, "busy after the stop");
+        const size_t atStop = sent.size();
+        Check(atStop <= count && atStop + interrupted >= count, "a posted command ran not once");
         Sleep(200);
-        Check(sent.size() <= count && sent.size() + interrupted >= count,
-              "a posted command ran not once");
+        Check(sent.size() == atStop, "a command runs after the stop");
         Check(wire.astray == 0, "a socket was closed while a thread used it");
     }
     uint64_t NowMs() const { return wire.NowUs() / 1000; }
-    bool Sent(size_t at, std::string_view token) const {
-        return sent[at].bytes.compare(4, token.size(), token) == 0;
+    // Fails when more than `ms` have passed since `start`, unless time has been let pass.
+    void Within(uint64_t start, uint64_t ms, const char* what) const {
+        Check(!punctual || NowMs() - start <= ms, what);
     }
 
     const BrenholtTable& table = FuncTable;
     const bool punctual;  // time passes only when all wait: it can be asserted
     const ScratchFolder& folder;
     VirtualWire& wire = VirtualWire::Get();
-    std::function<std::string(const std::string&)> answer = [](const std::string&) {
-        return "ACK";
-    };
+    std::function<std::string(const std::string&)> answer = Acknowledge;
     std::vector<WireDatagram> sent;
 };
-
-std::string Silent(const std::string& /*request*/) {
-    return {};
-}
 
 // Another thread of the host.
 class Another {
  public:
     explicit Another(std::function<void()> body)
-        : m_body(std::move(body)),
-          m_thread(AfxBeginThread(
-              [](void* self) -> unsigned {
-                  static_cast<Another*>(self)->m_body();
-                  return 0;
-              },
-              this)) {}
+        : m_body(std::move(body)), m_thread(AfxBeginThread(Run, &m_body)) {}
     void Join() { m_thread->Join(); }
 
  private:
+    static unsigned Run(void* body) {
+        (*static_cast<std::function<void()>*>(body))();
+        return 0;
+    }
     std::function<void()> m_body;
     std::unique_ptr<CWinThread> m_thread;
 };
@@ -129,10 +133,9 @@ void PostAndPoll(World& world) {
     const uint64_t start = world.NowMs();
     Check(world.table.CmdTM() == 1, "not posted");
     world.AwaitSent(1);
-    Check(!world.punctual || world.NowMs() - start <= 10, "a posted command starts late");
+    world.Within(start, 10, "a posted command starts late");
     world.AwaitResult(1);
-    world.table.Stop();
-    world.Stopped(1);
+    world.Stop(1);
 }
 
 void TwoPosts(World& world) {
@@ -147,8 +150,7 @@ void TwoPosts(World& world) {
     world.table.CmdVS(&words[0], &words[1], &words[2]);
     world.AwaitResult(1);
     Check(words[0] == 1 && words[1] == 10 && words[2] == 255, "the words are not in place");
-    world.table.Stop();
-    world.Stopped(2);
+    world.Stop(2);
 }
 
 void CancelAtOnce(World& world) {
@@ -161,11 +163,10 @@ void CancelAtOnce(World& world) {
     world.AwaitResult(0);
     Check(!world.punctual || !running || world.NowMs() - start <= 20, "a cancel has no effect");
     Sleep(2 * kLongTimeoutMs);  // no reply to it is on its way any more
-    world.answer = [](const std::string&) { return "ACK"; };
+    world.answer = Acknowledge;
     world.table.CmdEX(u"run");
     world.AwaitResult(1);  // a cancel does not outlive its command
-    world.table.Stop();
-    world.Stopped(2, 1);
+    world.Stop(2, 1);
 }
 
 // A listing of one file of two packets.
@@ -188,51 +189,38 @@ void CancelAFetch(World& world) {
     }
     Check(names.empty() || names == std::vector<std::string>{"f"}, "a file too many");
     other.Join();
-    world.table.Stop();
-    world.Stopped(world.sent.size());
+    world.Stop(world.sent.size());
 }
 
-void PostWhileAnotherWaits(World& world) {
-    world.answer = [](const std::string& request) {
-        return request.compare(4, 2, "TM") == 0 ? "" : "ACK";
+// While another thread's command waits, or as it is answered.
+void PostDuringAnother(World& world, bool answered) {
+    world.answer = [answered](const std::string& request) {
+        return answered || request.compare(4, 2, "TM") != 0 ? "ACK" : "";
     };
     world.Start(kLinkOnly, kLongTimeoutMs);
     int result = -1;
     Another other([&] { result = g_link.CmdTM(0); });
     world.AwaitSent(1);
+    if (answered) {
+        Sleep(1);  // the reply comes now
+    }
     const uint64_t start = world.NowMs();
     world.table.CmdEX(u"run");
     world.AwaitSent(2);
-    Check(!world.punctual || world.NowMs() - start <= kLongTimeoutMs + 10,
-          "a posted command starts late");
+    world.Within(start, (answered ? 0 : kLongTimeoutMs) + 10, "a posted command starts late");
     world.AwaitResult(1);
     other.Join();
-    Check(result == 0 && world.Sent(1, "EX"), "the commands are mixed up");
-    world.table.Stop();
-    world.Stopped(2);
-}
-
-void PostAsAnotherEnds(World& world) {
-    world.Start(kLinkOnly, kLongTimeoutMs);
-    int result = -1;
-    Another other([&] { result = g_link.CmdTM(0); });
-    world.AwaitSent(1);
-    Sleep(1);  // the reply comes now
-    world.table.CmdEX(u"run");
-    world.AwaitResult(1);
-    other.Join();
-    Check(result == 1, "the commands are mixed up");
-    world.table.Stop();
-    world.Stopped(2);
+    Check(result == (answered ? 1 : 0) && world.sent[1].bytes.starts_with("Cmd=EX"),
+          "the commands are mixed up");
+    world.Stop(2);
 }
 
 void PostAndStop(World& world) {
     world.answer = Silent;
     world.Start();
     world.table.CmdTM();
-    world.table.Stop();
+    world.Stop(1, 1);
     Check(world.table.GetResult() == 0, "a result without a reply");
-    world.Stopped(1, 1);
 }
 
 void PostPostStop(World& world) {
@@ -240,8 +228,7 @@ void PostPostStop(World& world) {
     world.table.CmdTM();
     world.AwaitResult(1);
     world.table.CmdEX(u"run");
-    world.table.Stop();
-    world.Stopped(2, 1);
+    world.Stop(2, 1);
 }
 
 void StopWhileAnotherWaits(World& world) {
@@ -250,9 +237,8 @@ void StopWhileAnotherWaits(World& world) {
     Another other([] { g_link.CmdTM(0); });
     world.AwaitSent(1);
     world.table.CmdEX(u"run");
-    world.table.Stop();
+    world.Stop(2, 1);
     other.Join();
-    world.Stopped(2, 1);
 }
 
 void StopStartPost(World& world) {
@@ -261,8 +247,7 @@ void StopStartPost(World& world) {
     world.Start();
     world.table.CmdTM();
     world.AwaitResult(1);
-    world.table.Stop();
-    world.Stopped(1);
+    world.Stop(1);
 }
 
 // Slot 15 when a walk has sent `requests`, of which the panel answers `answers`, and `afterMs` more.
@@ -274,40 +259,34 @@ void StopAWalk(World& world, size_t requests, size_t answers, uint32_t afterMs =
     world.table.CmdGF(u"d", world.folder.Text().c_str());
     world.AwaitSent(requests);
     Sleep(afterMs);
-    const uint64_t start = world.NowMs();
-    world.table.Stop();
-    Check(world.NowMs() - start <= 150, "a stop waits for a reply");
+    world.Stop(3, 3 - requests);
     const bool whole = world.sent.size() == 3 && world.folder.Read("f") == "abcdef";
     Check(world.table.GetResult() == 0 || (whole && !world.punctual),
           "a walk that was stopped counts as whole");
-    world.Stopped(world.sent.size());
-}
-
-void AddUnit(const char16_t* ip) {
-    const CSingleLock lock(g_link.m_ping.m_lock);
-    g_link.m_ping.m_listUnits.push_back(std::make_unique<CTavrinUnit>(ip, uint16_t{4000}));
 }
 
 void UseUnitDuringACommand(World& world) {
     world.answer = Silent;
-    AddUnit(u"10.0.0.2");
+    {
+        const CSingleLock lock(g_link.m_ping.m_lock);
+        g_link.m_ping.m_listUnits.push_back(std::make_unique<CTavrinUnit>(u"10.0.0.2", 4000));
+    }
     world.Start(kLinkOnly, kLongTimeoutMs);
     world.table.CmdTM();
     world.AwaitSent(1);
     const uint64_t start = world.NowMs();
     Another other([&] {
         world.AwaitResult(0);
-        Check(!world.punctual || world.NowMs() - start <= 20, "a cancel has no effect");
+        world.Within(start, 20, "a cancel has no effect");
     });
     Check(world.table.UseUnit(u"10.0.0.2") == 1, "not adopted");
     Check(world.NowMs() - start >= 1000, "no second to end in");
     other.Join();
-    world.answer = [](const std::string&) { return "ACK"; };
+    world.answer = Acknowledge;
     world.table.CmdEX(u"run");
     world.AwaitResult(1);
     Check(world.sent[1].peer == "10.0.0.2", "not the new target");
-    world.table.Stop();
-    world.Stopped(2);
+    world.Stop(2);
 }
 
 void ReadDuringQueries(World& world) {
@@ -343,8 +322,7 @@ void ReadDuringQueries(World& world) {
         Check(copy == u"192.168.0.1" || copy == u"10.0.0.8" || copy == u"10.0.0.9", "half a text");
         Check(copy == text, "a text of slot 23 did not stay good");
     }
-    world.table.Stop();
-    world.Stopped(3);
+    world.Stop(3);
 }
 
 void Beacon(World& world, const char* from, uint64_t delayMs) {
@@ -392,8 +370,7 @@ void BothWorkers(World& world) {
     world.AwaitResult(1);
     BrenholtUnitRow row;
     Check(world.table.GetUnits(1, &row) == 1 || !world.punctual, "a beacon is not heard");
-    world.table.Stop();
-    world.Stopped(1);
+    world.Stop(1);
 }
 
 struct Program {
@@ -405,8 +382,8 @@ constexpr Program kPrograms[] = {
     {"TwoPosts", TwoPosts},
     {"CancelAtOnce", CancelAtOnce},
     {"CancelAFetch", CancelAFetch},
-    {"PostWhileAnotherWaits", PostWhileAnotherWaits},
-    {"PostAsAnotherEnds", PostAsAnotherEnds},
+    {"PostWhileAnotherWaits", [](World& world) { PostDuringAnother(world, false); }},
+    {"PostAsAnotherEnds", [](World& world) { PostDuringAnother(world, true); }},
     {"PostAndStop", PostAndStop},
     {"PostPostStop", PostPostStop},
     {"StopWhileAnotherWaits", StopWhileAnotherWaits},

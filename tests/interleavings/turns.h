@@ -23,7 +23,7 @@ struct Bound {
 // an order, as printed, to be run alone. `name` is that of the test.
 size_t RunAll(const std::string& name, const Bound& bound, const std::function<void()>& program);
 
-// The running order has failed. Does not return.
+// The running order has failed.
 [[noreturn]] void Fail(const std::string& what);
 
 // What is not to be a point: a word without meaning for the order.
@@ -34,12 +34,13 @@ void Name(const void* parameter, const char* name, bool quiet);
 // ---- for the instrumented classes --------------------------------------------------------------
 
 void Point(const void* word);
-// A point, and then a wait until `ready(what)` holds.
-void Await(bool (*ready)(void* what), void* what);
-int Register(const void* parameter);  // a thread that is about to be made; gives its number
-void Begin(int thread);               // on the thread: its turn has come
+// A point, and then a wait until `ready` holds.
+void Await(const std::function<bool()>& ready);
+struct Thread;
+Thread* Register(const void* parameter);  // one that is about to be made
+void Begin(Thread* thread);               // on it: its turn has come
 void End();
-void AwaitEnd(int thread);
+void AwaitEnd(const Thread* thread);
 
 }  // namespace brenholt::turns
 

@@ -1,10 +1,12 @@
 // The exchange seen alone: what goes out, what counts as a reply, when it ends.
 #include "tests/support/link_fixture.h"
+#include "tests/support/panel_replies.h"
+#include "tests/support/scratch_folder.h"
 
 namespace brenholt {
 namespace {
 
-class ExchangeTest : public LinkFixture {};
+using ExchangeTest = LinkFixture;
 
 TEST_F(ExchangeTest, RequestIsPrefixTokenArgumentAndNul) {
     AnswerAlways("ACK");
@@ -108,6 +110,40 @@ TEST_F(ExchangeTest, CancelEndsTheWaitAtOnce) {
     EXPECT_EQ(sent.size(), 1U);
     EXPECT_EQ(link->m_bCancel, 0);
     EXPECT_EQ(link->m_bBusy, 0);
+}
+
+TEST_F(ExchangeTest, StopEndsWhatHasNoEnd) {
+    const ScratchFolder folder;
+    const std::string block(1 << 20, 'x');
+    folder.Write("f", block);
+    std::vector<PanelDirEntry> entries(20'000);
+    answer = [this](const std::string& request) -> std::string {
+        link->m_bStop = sent.size() < 20 ? 0 : 1;
+        const std::string number = std::to_string(sent.size());
+        const std::string token = request.substr(4, 2);
+        return token == "UP"   ? Packet('+', std::string(1000, 'x') + number)
+               : token == "DL" ? std::string("ACK") + request[6]
+               : token == "ML" ? "ACK"
+               : request.find("walk") != std::string::npos
+                   ? Page('0', {Record("a", 0, 0x10), Record("b", 0, 0x10)})
+                   : Page('+', {Record("n" + number)});
+    };
+    const std::function<int()> commands[] = {
+        [&] { return link->CmdGF(u"walk", folder.Text().c_str(), 0); },
+        [&] { return link->CmdDR(u"list", 20'000, entries.data(), 0); },
+        [&] { return link->CmdUP(u"file", folder.Text().c_str(), 0); },
+        [&] { return link->CmdDL(folder.Text(u"f").c_str(), u"f", 0); },
+        [&] {
+            return link->CmdML(reinterpret_cast<const uint8_t*>(block.data()), 1 << 20, u"f", 0);
+        },
+    };
+    for (const auto& command : commands) {
+        sent.clear();
+        link->m_bStop = 0;
+        EXPECT_EQ(command(), 0) << sent[0];
+        EXPECT_EQ(sent.size(), 20U) << sent[0];
+    }
+    EXPECT_EQ(folder.Names(), (std::vector<std::string>{"a", "f"})) << "no temporary file";
 }
 
 TEST_F(ExchangeTest, TargetTextDecidesWhereAndWhoCounts) {

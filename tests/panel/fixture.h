@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 #include "tests/support/scratch_folder.h"
 #include "tools/panel/panel.h"
@@ -32,6 +33,11 @@ class PanelTest : public testing::Test {
         return {m_replies[0].bytes.begin(), m_replies[0].bytes.end()};
     }
     std::string Ask(const std::string& token_and_text) { return Send(token_and_text + '\0'); }
+    void ExpectNak(const std::vector<std::string>& requests) {
+        for (const std::string& request : requests) {
+            EXPECT_EQ(Send(request), "NAK") << testing::PrintToString(request);
+        }
+    }
 
     Folder m_folder;
     Panel m_panel{m_folder.Path(), Identity{"Line1", "X86", 210, {1, 0x2A, 0xFFFF}}};

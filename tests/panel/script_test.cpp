@@ -14,7 +14,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-class ScriptTest : public PanelTest {};
+using ScriptTest = PanelTest;
 
 TEST_F(ScriptTest, ChoosesRequestsByNumber) {
     m_panel.SetHook(
@@ -64,13 +64,8 @@ TEST(ScriptText, ErrorsNameTheLine) {
 }
 
 TEST(DescribeTest, OneLineADatagram) {
-    LogEntry entry{milliseconds(1500),
-                   Event::LostReply,
-                   0,
-                   {0x7F000001, kHostPort},
-                   {0x7F000002, kPanelPort},
-                   {},
-                   {}};
+    LogEntry entry{milliseconds(1500),       {}, 0, {0x7F000001, kHostPort},
+                   {0x7F000002, kPanelPort}, {}, {}};
     entry.faults.Add(Fault::Lose);
     const std::pair<std::string, const char*> cases[] = {
         {std::string("Cmd=UP000005A3a\\b\xFF\0", 19), "UP 000005A3 \"a\\b\\xFF\"  19 bytes"},

@@ -11,47 +11,44 @@
 namespace tavrin {
 namespace {
 
-// Makes the datagrams of one file as a host does.
-struct FileSender {
+// A datagram of a file as a host sends it.
+struct FilePacket {
     std::string text;
+    uint32_t size = 0;
     std::string name = "short.bin";
     size_t pathLength = 40;  // of the absolute path on the host
-    uint32_t size = 0;
-    uint64_t time = 116444736000000000 + 1'000'000'000ULL * 10'000'000;  // 2001-09-09
 
-    std::string Packet(char digit, const std::string& data) const {
-        FileRecord record;
-        record.size = size;
-        record.time = time;
-        record.attributes = kAttributeArchive;
-        record.nameLength = static_cast<uint8_t>(pathLength);
-        Bytes fixed(kRecordSize);
-        WriteRecord(fixed, record);
+    std::string With(char digit, const std::string& data) const {
+        Bytes record(kRecordSize);
+        WriteRecord(record, {.size = size,
+                             .time = 116444736000000000 + 1'000'000'000ULL * 10'000'000,  // 2001
+                             .attributes = kAttributeArchive,
+                             .nameLength = static_cast<uint8_t>(pathLength)});
         std::string area = name;
         area.resize(pathLength + 1);
-        return std::string("DL") + digit + text + '\0' + std::string(fixed.begin(), fixed.end()) +
+        return std::string("DL") + digit + text + '\0' + std::string(record.begin(), record.end()) +
                area + data;
     }
 };
 
-class UploadTest : public PanelTest {};
+using UploadTest = PanelTest;
 
 TEST_F(UploadTest, FileAppearsWhenAllHasCome) {
-    FileSender sender{.text = "to.bin", .size = 30};
+    const FilePacket file{"to.bin", 30};
     std::string content;
     char digit = '0';
     for (char c = 'a'; c < 'a' + 15; ++c, digit = NextDigit(digit)) {
         EXPECT_FALSE(std::filesystem::exists(m_folder / "to.bin"));
         const std::string data(2, c);
-        EXPECT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit);
-        EXPECT_EQ(Send(sender.Packet(digit, data)), std::string("ACK") + digit) << "a repetition";
+        EXPECT_EQ(Send(file.With(digit, data)), std::string("ACK") + digit);
+        EXPECT_EQ(Send(file.With(digit, data)), std::string("ACK") + digit) << "a repetition";
         content += data;
     }
     EXPECT_EQ(m_folder.Read("to.bin"), content);
     struct stat status {};
     ASSERT_EQ(stat((m_folder / "to.bin").c_str(), &status), 0);
     EXPECT_EQ(status.st_mtim.tv_sec, 1'000'000'000);
-    EXPECT_EQ(Send(sender.Packet(digit, "zz")), "NAK") << "nothing follows a whole file";
+    EXPECT_EQ(Send(file.With(digit, "zz")), "NAK") << "nothing follows a whole file";
     EXPECT_EQ(m_folder.Names().size(), 1U) << "no scratch file is left";
 }
 
@@ -59,7 +56,7 @@ TEST_F(UploadTest, TextNamesFileOrFolder) {
     std::filesystem::create_directories(m_folder / "dir/short.bin");
     std::filesystem::create_directory(m_folder / "empty");
     const auto send = [&](const std::string& text) {
-        return Send(FileSender{.text = text, .size = 1}.Packet('0', "x"));
+        return Send(FilePacket{text, 1}.With('0', "x"));
     };
     EXPECT_EQ(send("empty\\"), "ACK0");
     EXPECT_TRUE(std::filesystem::exists(m_folder / "empty/short.bin"));
@@ -68,51 +65,43 @@ TEST_F(UploadTest, TextNamesFileOrFolder) {
     EXPECT_EQ(send(""), "ACK0");
     EXPECT_TRUE(std::filesystem::exists(m_folder / "short.bin"));
     EXPECT_EQ(send("empty"), "ACK0");
-    EXPECT_EQ(send("dir"), "NAK") << "a folder has the file's name";
-    EXPECT_EQ(send("nowhere\\x"), "NAK");
-    EXPECT_EQ(send("..\\x"), "NAK");
+    for (const char* const text : {"dir", "nowhere\\x", "..\\x"}) {  // "dir" has such a folder
+        EXPECT_EQ(send(text), "NAK") << text;
+    }
 }
 
 TEST_F(UploadTest, NameAreaCountsTheHostPath) {
-    FileSender sender{.text = "f", .pathLength = 255, .size = 1};
-    EXPECT_EQ(Send(sender.Packet('0', "1")), "ACK0");
-    sender.pathLength = 258;  // the length byte reads 2
-    EXPECT_EQ(Send(sender.Packet('0', "2")), "ACK0");
-    EXPECT_EQ(m_folder.Read("f"), "2");
-    sender.pathLength = sender.name.size() - 1;  // no room for the name's end
-    EXPECT_EQ(Send(sender.Packet('0', "3")), "NAK");
-    sender.pathLength = 40;
-    EXPECT_EQ(Send(sender.Packet('0', "")), "NAK") << "no data";
+    FilePacket file{"f", 1, "short.bin", 255};
+    EXPECT_EQ(Send(file.With('0', "1")), "ACK0");
+    file.pathLength = 258;  // the length byte reads 2
+    EXPECT_EQ(Send(file.With('0', "2")), "ACK0");
+    file.pathLength = file.name.size() - 1;
+    ExpectNak({file.With('0', "no room for the name's end")});
+    file.pathLength = 40;
+    ExpectNak({file.With('0', "")});
     for (const char* const name : {"", ".", "..", "a/b", "a\\b"}) {
-        sender.name = name;
-        EXPECT_EQ(Send(sender.Packet('0', "4")), "NAK") << name;
+        file.name = name;
+        ExpectNak({file.With('0', "3")});
     }
     EXPECT_EQ(m_folder.Read("f"), "2");
 }
 
 TEST_F(UploadTest, BrokenSequencesAreRefused) {
-    FileSender sender{.text = "f", .size = 6};
-    EXPECT_EQ(Send(sender.Packet('1', "ab")), "NAK") << "no beginning";
-    EXPECT_EQ(Send(sender.Packet('0', "ab")), "ACK0");
-    EXPECT_EQ(Send(sender.Packet('2', "cd")), "NAK") << "a digit is skipped";
-    EXPECT_EQ(Send(sender.Packet('1', "cdefg")), "NAK") << "more than the size";
-    FileSender other = sender;
-    other.size = 7;
-    EXPECT_EQ(Send(other.Packet('1', "cd")), "NAK") << "another record";
-    other = sender;
-    other.text = "g";
-    EXPECT_EQ(Send(other.Packet('1', "cd")), "NAK") << "another text";
-    EXPECT_EQ(Send(sender.Packet('1', "cd")), "ACK1");
-    EXPECT_EQ(Send(sender.Packet('1', "xx")), "NAK") << "the same digit, other data";
-    EXPECT_EQ(Send(sender.Packet('2', "ef")), "ACK2");
+    FilePacket file{"f", 6};
+    ExpectNak({file.With('1', "no beginning")});
+    EXPECT_EQ(Send(file.With('0', "ab")), "ACK0");
+    ExpectNak({file.With('2', "a digit is skipped"), file.With('1', "more than the size"),
+               FilePacket{"f", 7}.With('1', "cd"), FilePacket{"g", 6}.With('1', "cd")});
+    EXPECT_EQ(Send(file.With('1', "cd")), "ACK1");
+    ExpectNak({file.With('1', "xx")});
+    EXPECT_EQ(Send(file.With('2', "ef")), "ACK2");
     EXPECT_EQ(m_folder.Read("f"), "abcdef");
 
-    sender.size = 0x80000000;
-    EXPECT_EQ(Send(sender.Packet('0', "ab")), "NAK");
-    sender.size = 4;
-    EXPECT_EQ(Send(sender.Packet('0', "AB")), "ACK0");
-    EXPECT_EQ(Send(sender.Packet('0', "ab")), "ACK0") << "0 begins anew";
-    EXPECT_EQ(Send(sender.Packet('1', "cd")), "ACK1");
+    ExpectNak({FilePacket{"f", 0x80000000}.With('0', "ab")});
+    file.size = 4;
+    EXPECT_EQ(Send(file.With('0', "AB")), "ACK0");
+    EXPECT_EQ(Send(file.With('0', "ab")), "ACK0") << "0 begins anew";
+    EXPECT_EQ(Send(file.With('1', "cd")), "ACK1");
     EXPECT_EQ(m_folder.Read("f"), "abcd");
 }
 

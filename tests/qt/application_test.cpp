@@ -19,7 +19,7 @@ bool OpensElsewhere() {
     return opens;
 }
 
-// Runs a dialog, whose user presses Test and OK, on the calling thread and for it.
+// Runs a dialog, whose user presses Test and OK, and one that draws, on the calling thread and for it.
 void RunHere() {
     Listener listener;
     const auto window = Backend().CreateDialog(kSearchTemplate, listener);
@@ -40,6 +40,23 @@ void RunHere() {
     });
     EXPECT_EQ(window->RunModal(), IDOK);
     EXPECT_EQ(listener.events.size(), 2U);
+
+    Listener drawer;
+    const auto picker = Backend().CreateDialog(kPickerTemplate, drawer);
+    drawer.window = picker.get();
+    picker->GetList(IDC_PICKER_LIST).InsertColumn(u"IP Addr", LVCFMT_CENTER, 100);
+    picker->GetList(IDC_PICKER_LIST).InsertItem(0, u"10.0.0.1", 0);
+    int drawn = 0;
+    drawer.onDraw = [&](int /*control*/, DRAWITEMSTRUCT& request) {
+        EXPECT_EQ(std::this_thread::get_id(), caller);
+        drawn += request.hDC->GetTextExtent(u"text") > 0 ? 1 : 0;
+    };
+    WhenOpen([](QWidget& shown) {
+        shown.grab();
+        QTest::keyClick(&shown, Qt::Key_Escape);
+    });
+    EXPECT_EQ(picker->RunModal(), IDCANCEL);
+    EXPECT_GT(drawn, 0);
 }
 
 class Application : public testing::Test {

@@ -21,23 +21,20 @@ TEST(Dialog, TabFollowsTheTemplateAndCannotBeCaught) {
         OpenDialog open(*dialog);
         open.Run([&](QWidget& window) {
             EXPECT_EQ(window.windowTitle(), QStringView(dialog->title));
-            std::vector<QString> forwards;
-            std::vector<QString> backwards;
-            const auto name = [] {
-                const QWidget* focus = QApplication::focusWidget();
-                return focus->accessibleName().section(", ", 0, 0);
+            const auto& controls = dialog->controls;
+            const auto expectFocusOn = [](const ControlTemplate& control) {
+                EXPECT_EQ(QApplication::focusWidget()->accessibleName().section(", ", 0, 0),
+                          QStringView(control.caption));
             };
-            for (const ControlTemplate& control : dialog->controls) {
-                EXPECT_EQ(name(), QStringView(control.caption));
-                forwards.push_back(name());
+            for (const ControlTemplate& control : controls) {
+                expectFocusOn(control);
                 Key(Qt::Key_Tab);
             }
-            EXPECT_EQ(name(), forwards.front());
-            for (size_t i = 0; i < forwards.size(); ++i) {
+            expectFocusOn(controls[0]);
+            for (size_t i = controls.size(); i-- > 0;) {
                 Key(Qt::Key_Backtab, Qt::ShiftModifier);
-                backwards.insert(backwards.begin(), name());
+                expectFocusOn(controls[i]);
             }
-            EXPECT_EQ(backwards, forwards);
         });
     }
 }
@@ -233,13 +230,7 @@ TEST(Dialog, NotesArePlainLinesThatComeBackWhole) {
 }
 
 TEST(MessageBox, AnswersAndShowsTextAsItIs) {
-    struct Case {
-        uint32_t flags;
-        Qt::Key key;
-        int answer;
-        QMessageBox::Icon icon;
-    };
-    const Case cases[] = {
+    const std::tuple<uint32_t, Qt::Key, int, QMessageBox::Icon> cases[] = {
         {MB_OK, Qt::Key_Escape, IDOK, QMessageBox::NoIcon},
         {MB_ICONHAND, Qt::Key_Return, IDOK, QMessageBox::Critical},
         {MB_ICONINFORMATION, Qt::Key_Space, IDOK, QMessageBox::Information},
@@ -247,15 +238,15 @@ TEST(MessageBox, AnswersAndShowsTextAsItIs) {
         {MB_OKCANCEL, Qt::Key_Escape, IDCANCEL, QMessageBox::NoIcon},
     };
     OpenDialog application(kTargetTemplate);
-    for (const Case& each : cases) {
-        WhenOpen([&](QWidget& window) {
+    for (const auto& [flags, key, answer, icon] : cases) {
+        WhenOpen([key = key, icon = icon](QWidget& window) {
             auto& box = dynamic_cast<QMessageBox&>(window);
-            EXPECT_EQ(box.icon(), each.icon);
+            EXPECT_EQ(box.icon(), icon);
             EXPECT_EQ(box.textFormat(), Qt::PlainText);
             EXPECT_EQ(box.text(), "<i>A & B</i>\nsecond");
-            Key(each.key);
+            Key(key);
         });
-        EXPECT_EQ(Backend().ShowMessageBox(u"<i>A & B</i>\r\nsecond", each.flags), each.answer);
+        EXPECT_EQ(Backend().ShowMessageBox(u"<i>A & B</i>\r\nsecond", flags), answer);
     }
     WhenOpen([](QWidget& window) { window.close(); });
     EXPECT_EQ(Backend().ShowMessageBox(u"?", MB_OKCANCEL), IDCANCEL);

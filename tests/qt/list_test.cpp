@@ -13,15 +13,13 @@ namespace {
 const Event kChanged{WM_NOTIFY, IDC_SEARCH_LIST, LVN_ITEMCHANGED};
 
 void Fill(ListView& list, int rows) {
-    list.InsertColumn(u"IP Addr", LVCFMT_CENTER, 120);
-    list.InsertColumn(u"Project", LVCFMT_CENTER, 150);
-    list.InsertColumn(u"Port", LVCFMT_CENTER, 50);
-    list.InsertColumn(u"Search", LVCFMT_CENTER, 70);
+    for (const auto& [heading, width] : {std::pair(u"IP Addr", 120), std::pair(u"Project", 150),
+                                         std::pair(u"Port", 50), std::pair(u"Search", 70)}) {
+        list.InsertColumn(heading, LVCFMT_CENTER, width);
+    }
     list.SetExtendedStyle(LVS_EX_FULLROWSELECT);
-    for (int row = 0; row < rows; ++row) {
-        list.InsertItem(row, u"192.168.0." + std::u16string(1, static_cast<char16_t>(u'1' + row)),
-                        0);
-        list.SetItemText(row, 2, u"1028");
+    for (char16_t row = 0; row < rows; ++row) {
+        list.InsertItem(row, std::u16string(u"192.168.0.") + char16_t(u'1' + row), 0);
     }
 }
 
@@ -42,11 +40,19 @@ QPoint MiddleOf(const QTreeWidget& tree, int row, int column) {
     return tree.visualRect(index).center();
 }
 
-TEST(List, SelectsByKeysAndTellsEachChangeOnce) {
-    OpenDialog open(kSearchTemplate);
+class List : public testing::Test {
+ protected:
+    // Runs the dialog with that many rows in its list.
+    void Run(int rows, const std::function<void(QWidget&, QTreeWidget&)>& user) {
+        Fill(list, rows);
+        open.Run([&](QWidget& window) { user(window, *window.findChild<QTreeWidget*>()); });
+    }
+    OpenDialog open{kSearchTemplate};
     ListView& list = open.window->GetList(IDC_SEARCH_LIST);
-    Fill(list, 3);
-    open.Run([&](QWidget&) {
+};
+
+TEST_F(List, SelectsByKeysAndTellsEachChangeOnce) {
+    Run(3, [&](QWidget&, QTreeWidget&) {
         EXPECT_EQ(list.GetSelectedItem(), -1);
         Key(Qt::Key_Tab);
         Key(Qt::Key_Down);
@@ -78,12 +84,8 @@ TEST(List, SelectsByKeysAndTellsEachChangeOnce) {
     });
 }
 
-TEST(List, SelectsByMouseInAnyColumn) {
-    OpenDialog open(kSearchTemplate);
-    ListView& list = open.window->GetList(IDC_SEARCH_LIST);
-    Fill(list, 3);
-    open.Run([&](QWidget& window) {
-        auto& tree = *window.findChild<QTreeWidget*>();
+TEST_F(List, SelectsByMouseInAnyColumn) {
+    Run(3, [&](QWidget&, QTreeWidget& tree) {
         QTest::mouseClick(tree.viewport(), Qt::LeftButton, {}, MiddleOf(tree, 2, 2));
         EXPECT_EQ(list.GetSelectedItem(), 2);
         QTest::mouseDClick(tree.viewport(), Qt::LeftButton, {}, MiddleOf(tree, 2, 0));
@@ -93,13 +95,9 @@ TEST(List, SelectsByMouseInAnyColumn) {
     });
 }
 
-TEST(List, ShowsWhatItCannotHoldAndWhenItHoldsNothing) {
-    OpenDialog open(kSearchTemplate);
-    ListView& list = open.window->GetList(IDC_SEARCH_LIST);
-    Fill(list, 20);
-    list.SetItemText(0, 1, u"<b>bold</b> and longer than the column that shows it");
-    open.Run([&](QWidget& window) {
-        auto& tree = *window.findChild<QTreeWidget*>();
+TEST_F(List, ShowsWhatItCannotHoldAndWhenItHoldsNothing) {
+    Run(20, [&](QWidget&, QTreeWidget& tree) {
+        list.SetItemText(0, 1, u"<b>bold</b> and longer than the column that shows it");
         const auto tip = [&tree](int column) {
             const QPoint place = MiddleOf(tree, 0, column);
             QHelpEvent asked(QEvent::ToolTip, place, tree.viewport()->mapToGlobal(place));
@@ -118,12 +116,8 @@ TEST(List, ShowsWhatItCannotHoldAndWhenItHoldsNothing) {
     });
 }
 
-TEST(List, ColumnsFillTheListAndFollowTheUser) {
-    OpenDialog open(kSearchTemplate);
-    ListView& list = open.window->GetList(IDC_SEARCH_LIST);
-    Fill(list, 1);
-    open.Run([&](QWidget& window) {
-        auto& tree = *window.findChild<QTreeWidget*>();
+TEST_F(List, ColumnsFillTheListAndFollowTheUser) {
+    Run(1, [&](QWidget& window, QTreeWidget& tree) {
         QHeaderView& header = *tree.header();
         EXPECT_EQ(header.length(), tree.viewport()->width());
         EXPECT_NEAR(list.GetColumnWidth(0) * 50.0, list.GetColumnWidth(2) * 120.0, 120.0);
@@ -167,7 +161,7 @@ TEST(List, ColumnsFillTheListAndFollowTheUser) {
     }
 }
 
-TEST(List, ItsOwnerDrawsTheRows) {
+TEST(OwnedList, ItsOwnerDrawsTheRows) {
     OpenDialog open(kPickerTemplate);
     ListView& list = open.window->GetList(IDC_PICKER_LIST);
     Fill(list, 2);

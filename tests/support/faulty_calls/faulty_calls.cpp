@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -17,85 +18,39 @@
 namespace brenholt::faulty {
 namespace {
 
-struct Kind {
-    const char* name;
-    int error;
-};
-// In the order of Call.
-constexpr std::array kKinds{
-    Kind{"allocation", ENOMEM},     Kind{"bind", EADDRINUSE},    Kind{"close", EIO},
-    Kind{"flock", ENOLCK},          Kind{"fstat", EIO},          Kind{"ftruncate", EIO},
-    Kind{"getrandom", EAGAIN},      Kind{"lseek", EINVAL},       Kind{"mkdirat", ENOSPC},
-    Kind{"open", EMFILE},           Kind{"openat", ENFILE},      Kind{"ppoll", ENOMEM},
-    Kind{"pthread_create", EAGAIN}, Kind{"read", EIO},           Kind{"recvfrom", ENOMEM},
-    Kind{"renameat", EIO},          Kind{"sendto", ENETUNREACH}, Kind{"setsockopt", ENOMEM},
-    Kind{"socket", EMFILE},         Kind{"stat", EACCES},        Kind{"timerfd_create", EMFILE},
-    Kind{"unlinkat", EIO},          Kind{"utimensat", EPERM},    Kind{"write", ENOSPC},
-};
-const Kind& KindOf(Call call) {
-    return kKinds.at(static_cast<size_t>(call));
-}
-
 thread_local bool t_counts = false;
 std::atomic<int> g_left{0};
-Call g_call = Call::Allocation;
-bool g_anyCall = false;
+std::string_view g_call;
 Way g_way = Way::Fail;
 
 // What is to happen to this call, if anything.
-std::optional<Way> Struck(Call call) {
+std::optional<Way> Struck(std::string_view call) {
     const bool counts =
-        t_counts && g_left > 0 && (g_anyCall ? call != Call::Allocation : call == g_call);
-    if (!counts || g_left.fetch_sub(1) != 1) {
-        return std::nullopt;
+        t_counts && g_left > 0 && (g_call == kAnyCall ? call != kAllocation : call == g_call);
+    return counts && g_left.fetch_sub(1) == 1 ? std::optional(g_way) : std::nullopt;
+}
+
+// A call that may move `size` bytes, or less than that; 0 where it moves none.
+template <class Real>
+auto Run(std::string_view call, int error, size_t size, Real real) {
+    const std::optional<Way> way = Struck(call);
+    const bool halves = size > 0 && (way == Way::Halve || way == Way::Kill);
+    decltype(real(size)) result = -1;
+    if (!way || halves || call == "close") {
+        result = real(halves ? std::min<size_t>((size + 1) / 2, 1000) : size);
     }
-    if (g_way == Way::Kill && call != Call::Write) {
+    if (way == Way::Kill) {
         raise(SIGKILL);
     }
-    return g_way;
-}
-
-void ArmAs(Call call, bool any, int nth, Way way) {
-    g_call = call;
-    g_anyCall = any;
-    g_way = way;
-    t_counts = true;
-    g_left = nth;
-}
-
-template <class Real>
-auto Run(Call call, Real real) {
-    const std::optional<Way> way = Struck(call);
-    if (!way || *way == Way::Halve) {
-        return real();
+    if (way == Way::Fail || way == Way::Interrupt) {
+        errno = way == Way::Interrupt ? EINTR : error;
+        return decltype(result){-1};
     }
-    if (call == Call::Close) {
-        real();
-    }
-    errno = *way == Way::Interrupt ? EINTR : KindOf(call).error;
-    return static_cast<decltype(real())>(-1);
-}
-
-// The same for calls that may move less than they were asked to.
-template <class Real>
-ssize_t RunSized(Call call, size_t size, Real real) {
-    const std::optional<Way> way = Struck(call);
-    if (!way) {
-        return real(size);
-    }
-    if (*way == Way::Halve || *way == Way::Kill) {
-        const ssize_t moved = real((size + 1) / 2);
-        if (*way == Way::Kill) {
-            raise(SIGKILL);
-        }
-        return moved;
-    }
-    errno = *way == Way::Interrupt ? EINTR : KindOf(call).error;
-    return -1;
+    return result;
 }
 
 void* Allocate(size_t size) {
-    return Struck(Call::Allocation) ? nullptr : std::malloc(size > 0 ? size : 1);
+    return Struck(kAllocation) ? nullptr : std::malloc(size > 0 ? size : 1);
 }
 
 // Not inlined: the compiler would find fault with free for what operator new gave.
@@ -116,15 +71,11 @@ void* RunCounted(void* start) {
 
 }  // namespace
 
-const char* NameOf(Call call) {
-    return KindOf(call).name;
-}
-
-void Arm(Call call, int nth, Way way) {
-    ArmAs(call, false, nth, way);
-}
-void ArmKill(int nth) {
-    ArmAs(Call::Allocation, true, nth, Way::Kill);
+void Arm(std::string_view call, int nth, Way way) {
+    g_call = call;
+    g_way = way;
+    t_counts = true;
+    g_left = nth;
 }
 
 bool Disarm() {
@@ -139,90 +90,75 @@ Spared::~Spared() {
     t_counts = m_before;
 }
 
-}  // namespace brenholt::faulty
-
-using brenholt::faulty::Call;
-using brenholt::faulty::Run;
-using brenholt::faulty::RunSized;
-
 // The linker leads the module's calls of `name` to __wrap_name, and __real_name to the system's.
 // NOLINTBEGIN(bugprone-reserved-identifier)
-#define FAULTY(result, call, name, parameters, arguments)                \
-    result __real_##name parameters;                                     \
-    result __wrap_##name parameters {                                    \
-        return Run(Call::call, [&] { return __real_##name arguments; }); \
+#define FAULTY_SIZED(result, name, error, parameters, arguments, size) \
+    result __real_##name parameters;                                   \
+    result __wrap_##name parameters {                                  \
+        return Run(#name, error, size, [&](size_t some) {              \
+            static_cast<void>(some);                                   \
+            return __real_##name arguments;                            \
+        });                                                            \
     }
+#define FAULTY(result, name, error, parameters, arguments) \
+    FAULTY_SIZED(result, name, error, parameters, arguments, 0)
 
 extern "C" {
 
-FAULTY(int, Bind, bind, (int fd, const sockaddr* to, socklen_t size), (fd, to, size))
-FAULTY(int, Close, close, (int fd), (fd))
-FAULTY(int, Flock, flock, (int fd, int how), (fd, how))
-FAULTY(int, Fstat, fstat, (int fd, struct stat* status), (fd, status))
-FAULTY(int, Ftruncate, ftruncate, (int fd, off_t size), (fd, size))
-FAULTY(ssize_t, Getrandom, getrandom, (void* to, size_t size, unsigned flags), (to, size, flags))
-FAULTY(off_t, Lseek, lseek, (int fd, off_t at, int from), (fd, at, from))
-FAULTY(int, Mkdirat, mkdirat, (int at, const char* name, mode_t mode), (at, name, mode))
-FAULTY(int, Open, open, (const char* name, int flags, mode_t mode), (name, flags, mode))
-FAULTY(int, Openat, openat, (int at, const char* name, int flags, mode_t mode),
+FAULTY(int, bind, EADDRINUSE, (int fd, const sockaddr* to, socklen_t size), (fd, to, size))
+FAULTY(int, close, EIO, (int fd), (fd))
+FAULTY(int, flock, ENOLCK, (int fd, int how), (fd, how))
+FAULTY(int, fstat, EIO, (int fd, struct stat* status), (fd, status))
+FAULTY(int, mkdirat, ENOSPC, (int at, const char* name, mode_t mode), (at, name, mode))
+FAULTY(int, open, EMFILE, (const char* name, int flags, mode_t mode), (name, flags, mode))
+FAULTY(int, openat, ENFILE, (int at, const char* name, int flags, mode_t mode),
        (at, name, flags, mode))
-FAULTY(int, Ppoll, ppoll, (pollfd * fds, nfds_t count, const timespec* time, const sigset_t* mask),
+FAULTY(int, ppoll, ENOMEM, (pollfd * fds, nfds_t count, const timespec* time, const sigset_t* mask),
        (fds, count, time, mask))
-FAULTY(ssize_t, Recvfrom, recvfrom,
+FAULTY_SIZED(ssize_t, read, EIO, (int fd, void* to, size_t size), (fd, to, some), size)
+FAULTY(ssize_t, recvfrom, ENOMEM,
        (int fd, void* to, size_t size, int flags, sockaddr* from, socklen_t* length),
        (fd, to, size, flags, from, length))
-FAULTY(int, Renameat, renameat, (int from, const char* old, int to, const char* name),
+FAULTY(int, renameat, EIO, (int from, const char* old, int to, const char* name),
        (from, old, to, name))
-FAULTY(ssize_t, Sendto, sendto,
+FAULTY(ssize_t, sendto, ENETUNREACH,
        (int fd, const void* data, size_t size, int flags, const sockaddr* to, socklen_t length),
        (fd, data, size, flags, to, length))
-FAULTY(int, Setsockopt, setsockopt,
-       (int fd, int level, int option, const void* value, socklen_t size),
+FAULTY(int, setsockopt, ENOMEM, (int fd, int level, int option, const void* value, socklen_t size),
        (fd, level, option, value, size))
-FAULTY(int, Socket, socket, (int family, int kind, int protocol), (family, kind, protocol))
-FAULTY(int, Stat, stat, (const char* name, struct stat* status), (name, status))
-FAULTY(int, TimerfdCreate, timerfd_create, (int clock, int flags), (clock, flags))
-FAULTY(int, Unlinkat, unlinkat, (int at, const char* name, int flags), (at, name, flags))
-FAULTY(int, Utimensat, utimensat, (int at, const char* name, const timespec* times, int flags),
+FAULTY(int, socket, EMFILE, (int family, int kind, int protocol), (family, kind, protocol))
+FAULTY(int, stat, EACCES, (const char* name, struct stat* status), (name, status))
+FAULTY(int, timerfd_create, EMFILE, (int clock, int flags), (clock, flags))
+FAULTY(int, utimensat, EPERM, (int at, const char* name, const timespec* times, int flags),
        (at, name, times, flags))
-
-ssize_t __real_read(int fd, void* to, size_t size);
-ssize_t __wrap_read(int fd, void* to, size_t size) {
-    return RunSized(Call::Read, size, [&](size_t some) { return __real_read(fd, to, some); });
-}
-ssize_t __real_write(int fd, const void* from, size_t size);
-ssize_t __wrap_write(int fd, const void* from, size_t size) {
-    return RunSized(Call::Write, size, [&](size_t some) { return __real_write(fd, from, some); });
-}
+FAULTY_SIZED(ssize_t, write, ENOSPC, (int fd, const void* from, size_t size), (fd, from, some),
+             size)
 
 void* __real_aligned_alloc(size_t alignment, size_t size);
 void* __wrap_aligned_alloc(size_t alignment, size_t size) {
-    return brenholt::faulty::Struck(Call::Allocation) ? nullptr
-                                                      : __real_aligned_alloc(alignment, size);
+    return Struck(kAllocation) ? nullptr : __real_aligned_alloc(alignment, size);
 }
 
 int __real_pthread_create(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*);
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*body)(void*),
                           void* parameter) {
-    if (brenholt::faulty::Struck(Call::PthreadCreate)) {
+    if (Struck("pthread_create")) {
         return EAGAIN;
     }
-    if (!brenholt::faulty::t_counts) {
+    if (!t_counts) {
         return __real_pthread_create(thread, attributes, body, parameter);
     }
-    const brenholt::faulty::Spared spared;
-    std::unique_ptr<brenholt::faulty::ThreadStart> start(
-        new brenholt::faulty::ThreadStart{body, parameter});
-    const int error =
-        __real_pthread_create(thread, attributes, brenholt::faulty::RunCounted, start.get());
-    if (error == 0) {
-        static_cast<void>(start.release());
-    }
+    const Spared spared;
+    auto start = std::make_unique<ThreadStart>(ThreadStart{body, parameter});
+    const int error = __real_pthread_create(thread, attributes, RunCounted, start.get());
+    static_cast<void>(error == 0 ? start.release() : nullptr);
     return error;
 }
 
 }  // extern "C"
 // NOLINTEND(bugprone-reserved-identifier)
+
+}  // namespace brenholt::faulty
 
 void* operator new(size_t size) {
     void* memory = brenholt::faulty::Allocate(size);

@@ -4,50 +4,22 @@
 #ifndef BRENHOLT_TESTS_SUPPORT_FAULTY_CALLS_FAULTY_CALLS_H
 #define BRENHOLT_TESTS_SUPPORT_FAULTY_CALLS_FAULTY_CALLS_H
 
-#include <array>
+#include <string_view>
 
 namespace brenholt::faulty {
-
-enum class Call {
-    Allocation,
-    Bind,
-    Close,
-    Flock,
-    Fstat,
-    Ftruncate,
-    Getrandom,
-    Lseek,
-    Mkdirat,
-    Open,
-    Openat,
-    Ppoll,
-    PthreadCreate,
-    Read,
-    Recvfrom,
-    Renameat,
-    Sendto,
-    Setsockopt,
-    Socket,
-    Stat,
-    TimerfdCreate,
-    Unlinkat,
-    Utimensat,
-    Write,
-};
-const char* NameOf(Call call);
 
 // What goes wrong.
 enum class Way {
     Fail,       // the call does nothing and says so; a close closes, and says it went wrong
     Interrupt,  // a signal comes first: the call does nothing
-    Halve,      // a read or a write moves half of the bytes
-    Kill,       // the process is killed instead; a write has got half of its bytes out
+    Halve,      // a read or a write moves half of the bytes, 1000 at most
+    Kill,       // the process is killed instead; a write has got such a part of its bytes out
 };
+inline constexpr std::string_view kAllocation = "allocation";
+inline constexpr std::string_view kAnyCall;  // but an allocation
 
-// The `nth` call of that kind goes wrong, counted from 1.
-void Arm(Call call, int nth, Way way);
-// The process is killed at the `nth` of all calls but allocations.
-void ArmKill(int nth);
+// The `nth` call of that name goes wrong, counted from 1.
+void Arm(std::string_view call, int nth, Way way);
 // Whether it happened; from now on everything is well.
 bool Disarm();
 
