@@ -61,8 +61,7 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     } else if (m_sends.size() == 1) {
         m_speed->slowed = false;
     }
-    const bool early =
-        IsFast() && latency + std::max(m_speed->usualUs / 4, kShortSlackUs) < m_speed->usualUs;
+    const bool early = IsFast() && latency < m_speed->usualUs * 3 / 4;
     // A duplicate follows its original closely. What is known to repeat is no sign of one, unless it
     // comes too early; nor is what is new, but at the start, where it may be the last command's.
     const bool twin =
@@ -87,8 +86,11 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     if (answers) {
         m_kept.Keep(reply);
         m_now.answeredAt = now;
-        // What is owed is asked for again; a duplicate might be believed, so the answer gets more time.
-        const uint64_t momentUs = MomentUs(others.owe || known ? kSlackUs : kTwinSlackUs);
+        // What is owed is asked for again; a duplicate might be believed, so the answer gets more time,
+        // but where alike replies come in a row: a panel asleep by then would answer late.
+        const uint64_t momentUs = MomentUs(others.owe ? kSlackUs
+                                           : known    ? kShortSlackUs
+                                                      : kTwinSlackUs);
         const uint64_t due = m_sends.back() + momentUs;
         m_now.settleAt = m_now.settleAt.value_or(now < due ? due : now + momentUs);
     }
@@ -174,10 +176,12 @@ void ReplyAccount::End(const Reply* answer) {
     if (answer != nullptr) {
         // Only a lone request tells how fast the panel is.
         uint64_t& usual = m_speed->usualUs;
+        // It follows a slower panel slowly: or what came in no time would soon be too early.
+        const uint64_t slower = m_speed->answers % 4 == 0 ? usual + usual / 8 + 1 : usual;
         if (usual == 0) {
             usual = latency;
         } else if (m_sends.size() == 1) {
-            usual = std::min(latency, usual + usual / 8 + 1);
+            usual = std::min(latency, slower);
         }
         ++m_speed->answers;
         if (m_last.Is(*answer)) {
