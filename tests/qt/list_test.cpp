@@ -12,7 +12,7 @@ namespace {
 
 const Event kChanged{WM_NOTIFY, IDC_SEARCH_LIST, LVN_ITEMCHANGED};
 
-void Fill(ListView& list, int rows) {
+void Fill(ListView& list, char16_t rows) {
     for (const auto& [heading, width] : {std::pair(u"IP Addr", 120), std::pair(u"Project", 150),
                                          std::pair(u"Port", 50), std::pair(u"Search", 70)}) {
         list.InsertColumn(heading, LVCFMT_CENTER, width);
@@ -43,7 +43,7 @@ QPoint MiddleOf(const QTreeWidget& tree, int row, int column) {
 class List : public testing::Test {
  protected:
     // Runs the dialog with that many rows in its list.
-    void Run(int rows, const std::function<void(QWidget&, QTreeWidget&)>& user) {
+    void Run(char16_t rows, const std::function<void(QWidget&, QTreeWidget&)>& user) {
         Fill(list, rows);
         open.Run([&](QWidget& window) { user(window, *window.findChild<QTreeWidget*>()); });
     }
