@@ -41,8 +41,8 @@ class CAsyncSocket {
     // Takes one waiting datagram: its length (0 for an empty one) and its source, or -1 when none is
     // waiting or the receive fails. A datagram longer than `buffer` is a failed receive and is lost.
     // `waitUs` (microseconds) above 0 waits for it as AwaitDatagram does, but shortly after a send it spins
-    // first, as the answer of a panel on the same machine is a matter of microseconds; not where the answer
-    // before took longer.
+    // first, as the answer of a panel on the same machine is a matter of microseconds; where the answer
+    // before took longer, only now and then.
     int ReceiveFrom(std::span<uint8_t> buffer, Endpoint& from, uint32_t waitUs);
 
     // Blocks until a datagram is there or an interrupt comes, but no longer than `waitUs`. It may end
@@ -63,7 +63,7 @@ class CAsyncSocket {
     CWaker m_waker;
     [[maybe_unused]] bool m_spins = true;
     [[maybe_unused]] unsigned m_blockedWaits = 0;
-    [[maybe_unused]] uint64_t m_sentNs = 0;  // of the monotonic clock
+    [[maybe_unused]] uint64_t m_sentUs = 0;  // of GetMicroseconds
 };
 
 }  // namespace brenholt

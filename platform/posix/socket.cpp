@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <array>
-#include <ctime>
 
+#include "platform/clock.h"
 #include "platform/posix/datagram_filter.h"
 #include "platform/posix/descriptor.h"
 
@@ -19,14 +19,8 @@ constexpr uint32_t kSliceUs = 10'000;
 
 // After a send, where the answer before came within that time. The wake-up of a thread may take as
 // long by itself, and would hide how fast answers are: so a wait spins each so many times, too.
-constexpr uint64_t kSpinNs = 50'000;
+constexpr uint64_t kSpinUs = 50;
 constexpr unsigned kTryToSpin = 16;
-
-uint64_t NowNs() {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
-}
 
 sockaddr_in SystemAddress(const Endpoint& endpoint) {
     sockaddr_in address{};
@@ -80,14 +74,14 @@ int CAsyncSocket::ReceiveFrom(std::span<uint8_t> buffer, Endpoint& from, uint32_
         return TakeDatagram(buffer, from);
     }
     const bool spins = m_spins || ++m_blockedWaits % kTryToSpin == 0;
-    while (spins && NowNs() - m_sentNs < kSpinNs) {
+    while (spins && GetMicroseconds() - m_sentUs < kSpinUs) {
         const int n = TakeDatagram(buffer, from);
         if (n >= 0) {
             m_spins = true;
             return n;
         }
     }
-    m_spins = AwaitDatagram(waitUs) && NowNs() - m_sentNs < kSpinNs;
+    m_spins = AwaitDatagram(waitUs) && GetMicroseconds() - m_sentUs < kSpinUs;
     return TakeDatagram(buffer, from);
 }
 
@@ -113,7 +107,7 @@ int CAsyncSocket::SendTo(std::span<const uint8_t> data, const Endpoint& to) {
         return sendto(Descriptor(m_socket), data.data(), data.size(), 0,
                       reinterpret_cast<const sockaddr*>(&destination), sizeof destination);
     });
-    m_sentNs = NowNs();
+    m_sentUs = GetMicroseconds();
     return static_cast<int>(n);
 }
 
