@@ -10,7 +10,7 @@ if(BRENHOLT_WERROR)
     target_compile_options(brenholt_options INTERFACE -Werror)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
-    target_compile_options(brenholt_options INTERFACE -Wthread-safety)
+    target_compile_options(brenholt_options INTERFACE -Wthread-safety -Wreserved-identifier)
 endif()
 # Checked calls of the C library, and tables of functions that are read-only once loaded.
 target_compile_options(brenholt_options INTERFACE
