@@ -112,6 +112,19 @@ TEST_F(ExchangeTest, CancelEndsTheWaitAtOnce) {
     EXPECT_EQ(link->m_bBusy, 0);
 }
 
+TEST_F(ExchangeTest, StopWaitsForWhatIsOwedAtTheSpeedSeen) {
+    for (const uint64_t answerMs : {1, 600}) {
+        Reply("ACK", answerMs);
+        EXPECT_EQ(link->CmdTM(0), 1);
+        wire.At(10'000, [this] { link->Cancel(); });
+        EXPECT_EQ(link->CmdTM(0), 0);
+        const uint64_t start = ElapsedMs();
+        link->Stop();
+        EXPECT_NEAR(static_cast<double>(ElapsedMs() - start), answerMs == 1 ? 0 : 270, 10);
+        link->Create(kCommandPort);
+    }
+}
+
 TEST_F(ExchangeTest, StopEndsWhatHasNoEnd) {
     const ScratchFolder folder;
     const std::string block(1 << 20, 'x');

@@ -181,6 +181,20 @@ TEST_F(ReplyAccountTest, ARepeatFarTooEarlyIsAskedForAgain) {
     EXPECT_EQ(Settle(), ReplyAccount::Doubt::SendAgain);
 }
 
+TEST_F(ReplyAccountTest, OfTwoLikeTheLastCommandsReplyTheSecondIsOurs) {
+    constexpr ReplyKind kAnything{[](const Reply&) { return true; }, WholeKey};
+    Answered(kWordOnce, "TM", "ACK");
+    Begin(kAnything, "ML");
+    EXPECT_FALSE(Comes("ACK"));
+    EXPECT_EQ(Settle(), ReplyAccount::Doubt::SendAgain);
+    account.End(nullptr);
+    Pass(6 * kTimeoutUs + 1);
+    Begin(kAnything, "ML");
+    EXPECT_FALSE(Comes("ACK"));
+    EXPECT_FALSE(Comes("ACK"));
+    EXPECT_EQ(Settle(), ReplyAccount::Doubt::Take);
+}
+
 TEST_F(ReplyAccountTest, WhatShouldHaveComeLongAgoYieldsToAPromptAnswer) {
     Answered(kWordOnce, "TM", "ACK");
     GivenUp(kWordOnce, "FFa");
