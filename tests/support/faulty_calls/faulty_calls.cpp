@@ -91,7 +91,6 @@ Spared::~Spared() {
 }
 
 // The linker leads the module's calls of `name` to __wrap_name, and __real_name to the system's.
-// NOLINTBEGIN(bugprone-reserved-identifier)
 #define FAULTY_SIZED(result, name, error, parameters, arguments, size) \
     result __real_##name parameters;                                   \
     result __wrap_##name parameters {                                  \
@@ -156,7 +155,6 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes, v
 }
 
 }  // extern "C"
-// NOLINTEND(bugprone-reserved-identifier)
 
 }  // namespace brenholt::faulty
 
