@@ -30,10 +30,10 @@ uint64_t WholeKey(const Reply& reply) {
 }
 
 void ReplyAccount::Begin(uint32_t address, const ReplyKind& kind, uint64_t timeoutUs) {
-    if (m_speeds.size() > kMaxPanels) {
-        m_speeds.clear();
+    if (m_panels.size() > kMaxPanels) {
+        m_panels.clear();
     }
-    m_speed = &m_speeds[address];
+    m_panel = &m_panels[address];
     m_now = Request();
     m_now.address = address;
     m_now.kind = &kind;
@@ -53,15 +53,15 @@ void ReplyAccount::Sent(std::span<const uint8_t> datagram) {
 bool ReplyAccount::Believes(const Reply& reply, bool answers) {
     const uint64_t now = GetMicroseconds();
     const uint64_t latency = now - m_sends.back();
-    const bool repeat = m_last.Is(reply);
-    const bool known = repeat && m_known == m_now.kind->key(reply);
+    const bool repeat = m_panel->last.Is(reply);
+    const bool known = repeat && m_panel->known == m_now.kind->key(reply);
     // Nothing that a slow panel still owes comes so soon after a lone request.
-    if (latency > std::max(2 * m_speed->usualUs + kSlackUs, m_now.timeoutUs / 16)) {
-        m_speed->slowed = m_speed->usualUs != 0;
+    if (latency > std::max(2 * m_panel->usualUs + kSlackUs, m_now.timeoutUs / 16)) {
+        m_panel->slowed = m_panel->usualUs != 0;
     } else if (m_sends.size() == 1) {
-        m_speed->slowed = false;
+        m_panel->slowed = false;
     }
-    const bool early = IsFast() && latency < m_speed->usualUs * 3 / 4;
+    const bool early = IsFast() && latency < m_panel->usualUs * 3 / 4;
     // A duplicate follows its original closely. What is known to repeat is no sign of one, unless it
     // comes too early; nor is what is new, but at the start, where it may be the last command's.
     const bool twin =
@@ -77,8 +77,8 @@ bool ReplyAccount::Believes(const Reply& reply, bool answers) {
         others.unpaid->paid = true;
     } else if (!others.owe && !m_now.twin) {
         m_now.twin = true;
-        m_now.hasty = repeat && !known && m_speed->answers >= kTellingAnswers &&
-                      latency < m_speed->usualUs / 4;
+        m_now.hasty = repeat && !known && m_panel->answers >= kTellingAnswers &&
+                      latency < m_panel->usualUs / 4;
     } else {
         ++m_now.own;
     }
@@ -126,7 +126,7 @@ ReplyAccount::Doubt ReplyAccount::Settle() {
     m_now.settleAt.reset();
     const Reply kept = Kept();
     const Others others = Explain(kept);
-    const bool repeat = m_last.Is(kept);
+    const bool repeat = m_panel->last.Is(kept);
     bool ours = false;
     if (others.owe) {
         // What is owed should have come long ago, and nothing came but this, as fast as the panel
@@ -135,7 +135,8 @@ ReplyAccount::Doubt ReplyAccount::Settle() {
     } else {
         // Nothing but a duplicate explains it; but data repeats, if not from one kind of request to
         // another.
-        ours = !repeat || (m_lastFits == m_now.kind->fits && (!m_now.hasty || m_now.kind->once));
+        ours = !repeat ||
+               (m_panel->lastFits == m_now.kind->fits && (!m_now.hasty || m_now.kind->once));
     }
     if (ours) {
         for (Debt& debt : m_debts) {
@@ -175,20 +176,20 @@ void ReplyAccount::End(const Reply* answer) {
     }
     if (answer != nullptr) {
         // Only a lone request tells how fast the panel is.
-        uint64_t& usual = m_speed->usualUs;
+        uint64_t& usual = m_panel->usualUs;
         // It follows a slower panel slowly: or what came in no time would soon be too early.
-        const uint64_t slower = m_speed->answers % 4 == 0 ? usual + usual / 8 + 1 : usual;
+        const uint64_t slower = m_panel->answers % 4 == 0 ? usual + usual / 8 + 1 : usual;
         if (usual == 0) {
             usual = latency;
         } else if (m_sends.size() == 1) {
             usual = std::min(latency, slower);
         }
-        ++m_speed->answers;
-        if (m_last.Is(*answer)) {
-            m_known = m_now.kind->key(*answer);
+        ++m_panel->answers;
+        if (m_panel->last.Is(*answer)) {
+            m_panel->known = m_now.kind->key(*answer);
         }
-        m_last.Keep(*answer);
-        m_lastFits = m_now.kind->fits;
+        m_panel->last.Keep(*answer);
+        m_panel->lastFits = m_now.kind->fits;
     }
 }
 
@@ -211,9 +212,9 @@ bool ReplyAccount::IsPrompt(uint64_t at) const {
 
 // Time enough for an answer that is on its way.
 uint64_t ReplyAccount::MomentUs(uint64_t slackUs) const {
-    const bool known = m_speed->usualUs != 0 && !m_speed->slowed;
+    const bool known = m_panel->usualUs != 0 && !m_panel->slowed;
     const uint64_t most = m_now.timeoutUs / 4;
-    return known ? std::min(2 * m_speed->usualUs + slackUs, most) : most;
+    return known ? std::min(2 * m_panel->usualUs + slackUs, most) : most;
 }
 
 }  // namespace brenholt

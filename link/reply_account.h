@@ -51,7 +51,7 @@ class ReplyAccount {
     // a moment of the transfer's end.
     bool MayBeOutOfStep() const { return m_repeats > 0; }
     uint64_t ListenUntil() const { return m_sends.back() + MomentUs(kShortSlackUs); }
-    bool IsStray(const Reply& reply) { return !Explain(reply).owe && !m_last.Is(reply); }
+    bool IsStray(const Reply& reply) { return !Explain(reply).owe && !m_panel->last.Is(reply); }
 
     // Until when replies are on their way, at the speed that their panels had.
     uint64_t OwedUntil() const;
@@ -73,10 +73,13 @@ class ReplyAccount {
             return key ? *key == kind->key(reply) : kind->fits(reply);
         }
     };
-    struct Speed {
+    struct Panel {
         uint64_t usualUs = 0;  // the fastest answer lately; 0 while none is known
         uint64_t answers = 0;
         bool slowed = false;  // replies took longer since one came as fast to a lone request
+        KeptReply last;       // the reply believed last
+        bool (*lastFits)(const Reply&) = nullptr;
+        uint64_t known = 0;  // key of the latest that was the same as the one before it
     };
     struct Request {
         uint32_t address = 0;
@@ -97,19 +100,16 @@ class ReplyAccount {
         Debt* unpaid = nullptr;  // the oldest of those that no other reply has paid
     };
     Others Explain(const Reply& reply);
-    bool IsFast() const { return !m_speed->slowed && m_speed->usualUs <= m_now.timeoutUs / 8; }
+    bool IsFast() const { return !m_panel->slowed && m_panel->usualUs <= m_now.timeoutUs / 8; }
     bool IsPrompt(uint64_t at) const;
     uint64_t MomentUs(uint64_t slackUs) const;
 
     std::vector<Debt> m_debts;           // oldest first
-    std::map<uint32_t, Speed> m_speeds;  // of each panel
-    KeptReply m_last;                    // the reply believed last
-    bool (*m_lastFits)(const Reply&) = nullptr;
-    uint64_t m_known = 0;  // key of the latest that was the same as the one before it
-    size_t m_step = 0;     // requests of the transfer that have ended
-    size_t m_repeats = 0;  // its replies that may have been duplicates of its own
+    std::map<uint32_t, Panel> m_panels;  // by address
+    size_t m_step = 0;                   // requests of the transfer that have ended
+    size_t m_repeats = 0;                // its replies that may have been duplicates of its own
     Request m_now;
-    Speed* m_speed = nullptr;
+    Panel* m_panel = nullptr;  // the one that is asked
     std::vector<uint64_t> m_sends;
     KeptReply m_kept;
 };

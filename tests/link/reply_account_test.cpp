@@ -136,6 +136,9 @@ TEST_F(ReplyAccountTest, OwedIsWhatItsPanelAnswersToItsKindOfRequest) {
     End("IP");
     Begin(kData, "UPb");
     EXPECT_TRUE(Comes(kPageB)) << "it came while another panel was asked";
+    End(kPageB);
+    Begin(kData, "UPb", kOther);
+    EXPECT_TRUE(Comes(kPageB)) << "no duplicate of another panel's";
 }
 
 TEST_F(ReplyAccountTest, TheOtherAnswerToARepeatedRequestIsKnownByItsContent) {
